@@ -1,0 +1,36 @@
+#include <cstdio>
+
+#include "tool/convert.h"
+
+namespace {
+
+void printUsage() {
+    std::puts("Usage: xlate45 <input-file> <output-file> [-q]");
+    std::puts("       <input-file> is the full path of the input file.");
+    std::puts("       <output-file> is the full path of the output file.");
+    std::puts("       -q is an option to for quiet mode.");
+}
+
+// Quiet only for exactly four arguments whose last is exactly "-q": any other
+// spelling, or a fifth argument, keeps the tool verbose. Deliberately narrow.
+bool isVerbose(int argc, char** argv) {
+    if (argc != 4) return true;
+    const char* flag = argv[3];
+    return !(flag[0] == '-' && flag[1] == 'q' && flag[2] == '\0');
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        printUsage();
+        return 1;
+    }
+    const bool verbose = isVerbose(argc, argv);
+    const int result = tool::convert(argv[1], argv[2], verbose);
+    if (result == 0 && verbose) {
+        std::printf("convert configuration from %s to %s successfully\n", argv[1], argv[2]);
+    }
+    // The process status is the low 8 bits: -1 gives 255, 0x90010037 gives 55.
+    return result;
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+// Subcommands of the developer command; each gets the arguments after its name
+// and returns the process status.
+namespace nbconf {
+
+int tokens(int argc, char** argv);
+
+}  // namespace nbconf

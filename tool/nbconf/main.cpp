@@ -1,0 +1,36 @@
+#include <cstdio>
+#include <cstring>
+
+#include "tool/nbconf/commands.h"
+
+namespace {
+
+struct Command {
+    const char* name;
+    const char* usage;
+    int (*run)(int argc, char** argv);
+};
+
+const Command kCommands[] = {
+    {"tokens", "tokens FILE            print every token of FILE through the end of input", nbconf::tokens},
+};
+
+void printUsage(std::FILE* out) {
+    std::fputs("Usage: nbconf COMMAND ARGS...\n", out);
+    for (const Command& command : kCommands) std::fprintf(out, "  nbconf %s\n", command.usage);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        printUsage(stderr);
+        return 2;
+    }
+    for (const Command& command : kCommands) {
+        if (std::strcmp(argv[1], command.name) == 0) return command.run(argc - 2, argv + 2);
+    }
+    std::fprintf(stderr, "nbconf: unknown command %s\n", argv[1]);
+    printUsage(stderr);
+    return 2;
+}

@@ -1,0 +1,66 @@
+#include "tool/read_input.h"
+
+#include <climits>
+#include <cstdio>
+#include <new>
+
+namespace tool {
+
+void releaseText(ConfigText& record) noexcept {
+    record.text.reset();
+    record.length = 0;
+}
+
+namespace {
+
+// Closes the input on every path after it was opened.
+struct FileCloser {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+
+}  // namespace
+
+int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept {
+    auto say = [verbose](const char* line) {
+        if (verbose) std::fputs(line, stdout);
+    };
+    if (path == nullptr || record == nullptr) {
+        say("readXMLFromFile(): Invalid parameter to read configuration from file\n");
+        return -1;
+    }
+    // Update mode, although nothing is written: a read-only input is refused here.
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "r+b"));
+    if (!file) {
+        if (verbose) std::printf("readXMLFromFile(): Failed to open file: %s\n", path);
+        return -2;
+    }
+    if (std::fseek(file.get(), 0, SEEK_END) != 0) {
+        say("readXMLFromFile(): seek to file END failed.\n");
+        return -3;
+    }
+    long size = std::ftell(file.get());
+    // The position is a 32-bit long on the target: past that, ftell fails with -1.
+    if (size > INT32_MAX) size = -1;
+    if (size < 1) {
+        if (verbose) std::printf("readXMLFromFile(): Invalid file size: %ld\n", size);
+        return -4;
+    }
+    if (std::fseek(file.get(), 0, SEEK_SET) != 0) {
+        say("readXMLFromFile(): seek to the begining of the file failed.\n");
+        return -5;
+    }
+    record->text.reset(new (std::nothrow) char[static_cast<std::size_t>(size)]);
+    if (!record->text) {
+        say("readXMLFromFile(): buffer allocation failed.\n");
+        return -6;
+    }
+    record->length = static_cast<std::int32_t>(size);
+    const std::size_t got = std::fread(record->text.get(), 1, static_cast<std::size_t>(size), file.get());
+    if (got != static_cast<std::size_t>(size)) {
+        say("readXMLFromFile(): read configuration from file failed.\n");
+        return -7;
+    }
+    return 0;
+}
+
+}  // namespace tool

@@ -1,0 +1,22 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+
+namespace tool {
+
+/// A document's text in memory: exactly the file's bytes, not NUL-terminated.
+struct ConfigText {
+    std::unique_ptr<char[]> text;  // null when empty
+    std::int32_t length = 0;
+};
+
+/// Frees the text and sets the length to 0; fine on an empty record.
+void releaseText(ConfigText& record) noexcept;
+
+/// Reads the whole file at `path` into `record` (opened "r+b", so the file must
+/// be writable). Returns 0, or -1 (bad parameter), -2 (open), -3 (seek to end),
+/// -4 (size below 1), -5 (seek to start), -6 (allocation), -7 (short read; the
+/// partly filled buffer stays in the record). Messages on stdout when `verbose`.
+int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept;
+
+}  // namespace tool

@@ -1,0 +1,113 @@
+#pragma once
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace xml {
+
+/// Token types. The numbers are what element parsers compare against.
+enum class Tok : int {
+    XmlDec = 10,         // "<?xml" and white space, through ">"
+    StartTag = 11,       // <name>
+    StartTagOpen = 12,   // <name followed by attributes
+    Attribute = 13,      // an attribute name inside a start tag
+    Equal = 14,          // the "=" after an attribute name
+    AttValue = 15,       // a delimited attribute value
+    StartTagClose = 16,  // ">" ending a start tag with attributes
+    EmptyTagClose = 17,  // "/>" ending a start tag with attributes
+    Content = 18,        // character data inside an element
+    EndTag = 19,         // </name>
+    EmptyTag = 20,       // <name/>
+    PI = 21,             // other processing instructions
+    Comment = 22,        // "<!" through ">" (neither CDATA nor DOCTYPE)
+    CData = 23,
+    Doctype = 24,
+    Unknown = 25,        // initial type; character data outside any element
+    Eof = 26,
+    LexError = 27,       // an attribute name not followed by "="
+    MemoryError = 28,    // the accumulator could not grow
+};
+
+/// Name of a token type number as the dump prints it; "Invalid Token" otherwise.
+const char* tokenTypeName(int type) noexcept;
+
+/// Lexer states; the numbers are those stored (1 is never assigned).
+enum class LexState : int { Prolog = 0, InTag = 2, AfterAttrName = 3, AfterEqual = 4, Content = 5 };
+
+class Lexer;
+struct TokenSlot;
+
+/// One token, borrowed from the lexer that produced it. Its text stays valid
+/// until the lexer has produced two more tokens (the stream's look-ahead needs
+/// one); whatever is kept longer is copied. A default-constructed Token is
+/// "no token" (what the C interface returned as null).
+class Token {
+public:
+    Token() = default;
+    explicit Token(TokenSlot* slot) noexcept : slot_(slot) {}
+    explicit operator bool() const noexcept { return slot_ != nullptr; }
+
+    Tok type() const noexcept;
+    /// The payload as lexed: element name, attribute name, value between the
+    /// delimiters, or character data. Empty when the token has none. May hold NUL.
+    std::string_view payload() const noexcept;
+    /// Every character the lexer consumed for this token, in order.
+    std::string_view accumulated() const noexcept;
+    /// The payload as a C string: stops at an embedded NUL, "" when empty.
+    const char* terminatedPayload() noexcept;
+    /// The payload as a new string, up to an embedded NUL; an AttValue has its
+    /// entity references decoded (reporting unknown ones on stderr).
+    std::string payloadString() const;
+    /// strncmp of the payload against `text` over the payload's length, so a
+    /// payload that is a prefix of `text` compares equal; -1 with no payload.
+    int comparePayload(const char* text) const noexcept;
+    /// Bytes the accumulator would hold under the 16-byte, doubling rule.
+    std::uint32_t capacity() const noexcept;
+    /// The token dump: "=====...", type, sizes, payload, accumulator.
+    void dump(std::FILE* out) const;
+
+private:
+    TokenSlot* slot_ = nullptr;
+};
+
+/// Prints the dump of a missing token ("NULL TOKEN!").
+void dumpToken(const Token& token, std::FILE* out);
+
+/// Decodes the five named and the numeric character references of an
+/// attribute value in place (in time linear in its length). Unknown references
+/// are kept and reported as "Unrecognized XML reference: %s;\n".
+void decodeEntities(std::string& value);
+
+/// The lexer over one character source: a memory-mapped or stdio-read file held
+/// under the shared lock of its lock file, or a caller's buffer.
+class Lexer {
+public:
+    /// Null (and the documented message on stderr) when the source can't be opened.
+    static std::unique_ptr<Lexer> onFile(const char* path);
+    static std::unique_ptr<Lexer> onMemory(const char* buffer, std::size_t length);
+    ~Lexer();
+    Lexer(const Lexer&) = delete;
+    Lexer& operator=(const Lexer&) = delete;
+
+    /// The next token; no token only when even that could not be had.
+    Token next();
+
+    unsigned long line() const noexcept;        // line at which the current token started
+    unsigned long sourceLine() const noexcept;  // the source's line now
+    LexState state() const noexcept;
+    int depth() const noexcept;
+    const char* errorText() const noexcept;     // "0 error" until a TOK_LEX_ERROR
+    bool mapped() const noexcept;               // file read through a memory mapping
+
+private:
+    Lexer();
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+/// "XML lex error at line %lu: %s\n", or "XML lex error %s\n" without a lexer.
+void reportLexError(const Lexer* lexer, const char* message);
+
+}  // namespace xml

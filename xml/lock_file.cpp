@@ -1,0 +1,86 @@
+#include "xml/lock_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace xml {
+
+std::string lockFileName(std::string_view documentPath) {
+    const std::size_t slash = documentPath.rfind('/');
+    const std::size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+    std::string name;
+    name.reserve(documentPath.size() + 6);
+    name.append(documentPath.substr(0, nameStart));
+    name.push_back('.');
+    name.append(documentPath.substr(nameStart));
+    name.append(".lock");
+    return name;
+}
+
+namespace {
+
+struct flock byteZero(short lockType) {
+    struct flock lock {};
+    lock.l_type = lockType;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 1;
+    return lock;
+}
+
+}  // namespace
+
+int setLock(int fd, int command, short lockType) noexcept {
+    struct flock lock = byteZero(lockType);
+    return ::fcntl(fd, command, &lock);
+}
+
+int openAndLock(const char* documentPath, bool exclusive) noexcept {
+    const std::string name = lockFileName(documentPath);
+    const int fd = ::open(name.c_str(), O_RDWR | O_CREAT, 0770);
+    if (fd < 0) {
+        std::fprintf(stderr, "Can't open lock file %s - %d\n", name.c_str(), errno);
+        return -1;
+    }
+    // Waits for the lock; a signal that interrupts the wait is not a reason to go on unlocked.
+    while (setLock(fd, F_SETLKW, exclusive ? F_WRLCK : F_RDLCK) != 0 && errno == EINTR) {
+    }
+    return fd;
+}
+
+pid_t testLock(int fd, short lockType) noexcept {
+    struct flock lock = byteZero(lockType);
+    if (::fcntl(fd, F_GETLK, &lock) != 0) {
+        std::perror("XML parser fcntl error");
+        return 0;
+    }
+    return lock.l_type == F_UNLCK ? 0 : lock.l_pid;
+}
+
+void unlockAndClose(int fd) noexcept {
+    if (fd < 0) return;
+    static_cast<void>(setLock(fd, F_SETLK, F_UNLCK));  // closing drops it anyway
+    ::close(fd);
+}
+
+int removeLockFile(const char* documentPath) noexcept {
+    return ::unlink(lockFileName(documentPath).c_str());
+}
+
+LockFile& LockFile::operator=(LockFile&& other) noexcept {
+    if (this != &other) {
+        release();
+        fd_ = other.fd_;
+        other.fd_ = -1;
+    }
+    return *this;
+}
+
+void LockFile::release() noexcept {
+    unlockAndClose(fd_);
+    fd_ = -1;
+}
+
+}  // namespace xml

@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace xml {
+
+/// h = h * 9 + byte over the name, unsigned 32-bit with wrap-around.
+std::uint32_t nameHash(std::string_view name) noexcept;
+
+/// Chained hash table from names to fixed numbers. Insert replaces the number
+/// of a name already present; several names may share a number.
+class NameTable {
+public:
+    explicit NameTable(std::uint32_t bucketCount);
+    /// Adds or replaces. On allocation failure sets error() and the name is missing.
+    void insert(int number, std::string_view name) noexcept;
+    /// The name's number, or -1 (also for a null name).
+    int lookup(const char* name) const noexcept;
+    int lookup(std::string_view name) const noexcept;
+    bool error() const noexcept { return error_; }
+    std::uint32_t bucketCount() const noexcept { return static_cast<std::uint32_t>(buckets_.size()); }
+
+private:
+    struct Entry;
+    std::vector<std::unique_ptr<Entry>> buckets_;
+    bool error_ = false;
+};
+
+}  // namespace xml

@@ -1,0 +1,41 @@
+#pragma once
+#include <cstddef>
+#include <memory>
+
+#include "xml/lexer.h"
+
+namespace xml {
+
+/// The parse context of every element parser: a lexer, one token of look-ahead
+/// and a sticky error slot (a constant message; null means no error).
+class TokenStream {
+public:
+    /// Null when the file or buffer can't be opened (the lexer reports why).
+    static std::unique_ptr<TokenStream> onFile(const char* path);
+    static std::unique_ptr<TokenStream> onMemory(const char* buffer, std::size_t length);
+
+    /// The pushed-back token if there is one, else a new one from the lexer.
+    Token next();
+    /// The next token without taking it.
+    Token peek();
+    /// Takes one token and drops it.
+    void skip();
+
+    /// Sets the error slot. Nothing clears it.
+    void fail(const char* message) noexcept { error_ = message; }
+    bool failed() const noexcept { return error_ != nullptr; }
+    const char* error() const noexcept { return error_; }
+
+    /// "\nline %lu : %s" on stderr when the lexer flagged an error.
+    void reportPosition() const;
+
+    Lexer& lexer() noexcept { return *lexer_; }
+
+private:
+    explicit TokenStream(std::unique_ptr<Lexer> lexer) noexcept : lexer_(std::move(lexer)) {}
+    std::unique_ptr<Lexer> lexer_;
+    Token pushedBack_;
+    const char* error_ = nullptr;
+};
+
+}  // namespace xml
