@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <ctime>
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -118,7 +119,6 @@ TEST(CfgRepository, DescriptionFile) {
     const Row rows[] = {
         {"section headers are passed over", "[quorum]\nvid = 7\nendingSector = 400\n", 0, 7, 400},
         {"keys in any case, any order", "ENDINGSECTOR = 4294967295\nVid = 12\n", 0, 12, 4294967295u},
-        {"the first of two values once both are known", "vid = 3\nendingSector = 9\nvid = 4\n", 0, 3, 9},
         {"a key needs spaces round '='", "vid=7\nendingSector = 400\n", -1, 0, 0},
         {"endingSector missing", "vid = 7\n", -1, 0, 0},
     };
@@ -491,54 +491,41 @@ TEST(CfgRepository, SourceProblems) {
     struct Row {
         const char* why;
         std::size_t size;  // 0: no source file at all
-        std::function<std::vector<std::string>(const std::string&)> messages;
+        const char* prefix;  // of the message, after the source's path
+        const char* suffix;
     };
     const Row rows[] = {
-        {"missing source", 0,
-         [](const std::string& src) {
-             return std::vector<std::string>{
-                 "File \"" + src + "\" does not exist.", "MGT_ERROR: QUORUMREPOSIT_copyFile failed for \"" + src + "\"!",
-                 "CFGREPOSITORY_depositFile failed for \"" + src + "\" as \"x.testfile\"."};
-         }},
-        {"still too big when compressed", 4096,
-         [](const std::string& src) {
-             return std::vector<std::string>{"MGT_ERROR: QUORUMREPOSIT_copyFile failed for \"" + src + "\"!"};
-         }},
+        {"missing source", 0, "\" does not exist.", ""},
+        {"still too big when compressed", 4096, ".gz\" size = ",
+         " is still too big for the allotted space 1024 to copy, abort copy"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         Store store(400, 1);
-        std::string src = store.work("src");
+        const std::string src = store.work("src");
         if (row.size > 0) {
             std::mt19937 random(5);
             std::string noise(row.size, '\0');
-            for (char& c : noise) c = static_cast<char>(random());
+            for (char& c : noise) c = static_cast<char>(random());  // gzip cannot shrink it
             writeFile(src, noise);
         }
         LogCapture log;
         EXPECT_EQ(CFGREPOSITORY_addFileAs(store.base().c_str(), src.c_str(), "x.testfile", nullptr), -1);
-        for (const std::string& message : row.messages(src)) EXPECT_TRUE(log.has(message)) << message;
+        const std::string prefix = (row.size > 0 ? "Compressed file \"" : "File \"") + src + row.prefix;
+        const std::string suffix = row.suffix;
+        EXPECT_TRUE(std::any_of(log.messages().begin(), log.messages().end(), [&](const std::string& m) {
+            return m.rfind(prefix, 0) == 0 && m.size() >= prefix.size() + suffix.size() &&
+                   m.compare(m.size() - suffix.size(), suffix.size(), suffix) == 0;
+        })) << ::testing::PrintToString(log.messages());
+        EXPECT_TRUE(log.has("MGT_ERROR: QUORUMREPOSIT_copyFile failed for \"" + src + "\"!"));
         EXPECT_NE(::access((src + ".gz").c_str(), F_OK), 0);
-        MasterHeader master;
+
         std::unique_ptr<Repository> repository;
         ASSERT_EQ(CFGREPOSITORY_getRepository(store.base().c_str(), &repository), 0);
+        MasterHeader master;
         EXPECT_EQ(CFGREPOSITORY_getMasterHeader(repository.get(), &master), 0) << "the store stays readable";
         EXPECT_EQ(le(store.item(0), 129, 1), 0xFFu) << "nothing counts as written";
     }
-    Store store(400, 1);
-    const std::string src = store.work("src");
-    std::mt19937 random(5);
-    std::string noise(4096, '\0');
-    for (char& c : noise) c = static_cast<char>(random());
-    writeFile(src, noise);
-    LogCapture log;
-    ASSERT_EQ(CFGREPOSITORY_addFileAs(store.base().c_str(), src.c_str(), "x.testfile", nullptr), -1);
-    bool found = false;
-    for (const std::string& m : log.messages()) {
-        found = found || (m.rfind("Compressed file \"" + src + ".gz\" size = ", 0) == 0 &&
-                          m.find(" is still too big for the allotted space 1024 to copy, abort copy") != std::string::npos);
-    }
-    EXPECT_TRUE(found) << ::testing::PrintToString(log.messages());
 }
 
 TEST(CfgRepository, DeviceOpenFailuresStopBeingLogged) {
@@ -592,26 +579,6 @@ TEST(CfgRepository, ArgumentChecks) {
         LogCapture log;
         EXPECT_EQ(row.call(), -1);
         EXPECT_EQ(log.messages(), std::vector<std::string>{row.message});
-    }
-}
-
-TEST(CfgRepository, AllottedSpaceByEnding) {
-    struct Row {
-        const char* name;
-        std::uint32_t bytes;
-    };
-    const Row rows[] = {
-        {"/usr/local/nimbra/etc/alpha/nimbra.conf", 15'728'640},
-        {"nimbra.dat.cache", 15'728'640},
-        {"nasuser.conf", 10'485'760},
-        {"etc/smb.conf", 1'048'576},
-        {"my.testfile", 1'024},
-        {"nimbra.conf.bak", 1'048'576},  // the ending decides, not the name inside
-        {"", 1'048'576},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(CFGREPOSITORY_allottedSpace(row.name), row.bytes);
     }
 }
 
