@@ -11,15 +11,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/test_support.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/run_program.h"
 
 namespace host {
 namespace {
 
-using testing::LogCapture;
-using testing::TempDir;
-using testing::readFile;
-using testing::writeFile;
+using testing_support::LogCapture;
+using testing_support::TempDir;
+using testing_support::readFile;
+using testing_support::writeFile;
 
 constexpr std::uint64_t kSector = 512;
 constexpr std::uint32_t kFirstArea = 40 * 512;  // where the test stores put their first data area

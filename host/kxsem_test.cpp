@@ -8,14 +8,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/test_support.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/run_program.h"
 
 namespace host {
 namespace {
 
-using testing::LogCapture;
-using testing::TempDir;
-using testing::readFile;
+using testing_support::LogCapture;
+using testing_support::TempDir;
+using testing_support::readFile;
 
 int valueOf(int semid) { return ::semctl(semid, 0, GETVAL); }
 

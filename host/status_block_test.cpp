@@ -5,13 +5,14 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-#include "host/test_support.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/run_program.h"
 #include "xml/home.h"
 
 namespace host {
 namespace {
 
-using testing::TempDir;
+using testing_support::TempDir;
 
 // Each test keys the block on its own directory and removes what it made.
 class StatusBlock : public ::testing::Test {
