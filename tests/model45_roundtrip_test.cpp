@@ -1,4 +1,5 @@
 // A 4.5 document read by the 4.5 reader and written by the 4.5 writer.
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
@@ -51,6 +52,103 @@ TEST_F(RoundTrip45, EveryElementComesBackByteForByte) {
     ASSERT_FALSE(document.empty());
     while (!document.empty() && document.back() == '\n') document.pop_back();  // the writer ends without one
     EXPECT_EQ(roundTrip(document), document);
+}
+
+// What the round trip deliberately changes: each row is a document, a line
+// the output must hold and a text it must not hold.
+TEST_F(RoundTrip45, DocumentedChanges) {
+    struct Row {
+        const char* rule;
+        const char* document;
+        const char* expected;
+        const char* absent;
+    };
+    const Row rows[] = {
+        {"checksum is read, never written", R"(<SANBridge name="b" checksum="abc"></SANBridge>)",
+         R"(<SANBridge name="b" ipAddr="" ipsanPort="0" timestamp="" instance="0">)", "abc"},
+        {"AdaptiveResources nextID 0 is written 7000001",
+         R"(<SANBridge><LogicalResources><AdaptiveResources nextID="0"/></LogicalResources></SANBridge>)",
+         R"(<AdaptiveResources nextID="7000001"/>)", R"(nextID="0")"},
+        {"AutoSaveConfigOption port 0 is written 21",
+         R"(<SANBridge><Properties><AutoSaveConfigOption port="0"/></Properties></SANBridge>)",
+         R"(copies="0" port="21"/>)", R"(copies="0" port="0")"},
+        {"type Linux shares the symbol of BMR",
+         R"(<SANBridge><LogicalResources><VirtualDev type="Linux"/></LogicalResources></SANBridge>)",
+         R"(owner="" type="BMR" personality="none")", R"(type="Linux")"},
+        {"a file-system type reads as SAN",
+         R"(<SANBridge><LogicalResources><VirtualDev type="ReiserFS"/></LogicalResources></SANBridge>)",
+         R"(owner="" type="SAN" personality="none")", R"(type="ReiserFS")"},
+        {"client type Windows reads as Win2003",
+         R"(<SANBridge><SANClientList><SANClient type="Windows"/></SANClientList></SANBridge>)",
+         R"(id="0" type="Win2003" serverIP="")", R"(type="Windows")"},
+        {"an unknown time unit reads as years",
+         R"(<SANBridge><LogicalResources><VirtualDev><BackupPolicy durationUnit="fortnights"/></VirtualDev></LogicalResources></SANBridge>)",
+         R"(duration="0" durationUnit="years"/>)", "fortnights"},
+        {"a segment file system EXT2 reads as 100 and is written again",
+         R"(<SANBridge><PhysicalResources><PhysicalDevs><PhysicalDev><NimbraPartition><DynamicDiskSegment fileSystem="EXT2"/></NimbraPartition></PhysicalDev></PhysicalDevs></PhysicalResources></SANBridge>)",
+         R"(umapTimestamp="0" fileSystem="EXT2"/>)", nullptr},
+        {"an attribute-less empty tag is never read",
+         R"(<SANBridge><PhysicalResources><PhysicalDevs><PhysicalDev/></PhysicalDevs></PhysicalResources></SANBridge>)",
+         "<PhysicalDevs/>", "<PhysicalDev "},
+        {"an empty IPAddress tag is dropped",
+         R"(<SANBridge><Properties><IPAliasing><IPAddress/></IPAliasing></Properties></SANBridge>)",
+         "<IPAliasing/>", "<IPAddress"},
+        {"text content is escaped once more",
+         R"(<SANBridge><PhysicalResources><PhysicalDevs><PhysicalDev><Comments>a &amp; b</Comments></PhysicalDev></PhysicalDevs></PhysicalResources></SANBridge>)",
+         "<Comments>a &amp;amp; b</Comments>", nullptr},
+        {"attribute values are decoded, then escaped again",
+         R"(<SANBridge name="a &#38; b &gt; c"></SANBridge>)", R"(name="a &amp; b &gt; c")", nullptr},
+        {"validate raises a low client counter to the identifier base",
+         R"(<SANBridge><LogicalResources nextVDevID="10005"/><SANClientList nextClientID="1"/></SANBridge>)",
+         R"(<SANClientList nextClientID="10001"/>)", nullptr},
+        {"validate sorts the adapters by number",
+         R"(<SANBridge><PhysicalResources><PhysicalAdapters><PhysicalAdapter number="3"/><PhysicalAdapter number="1"/></PhysicalAdapters></PhysicalResources></SANBridge>)",
+         "<PhysicalAdapter number=\"1\" bus=\"0\" device=\"0\" irq=\"0\" info=\"\" WWPN=\"\" biosWWPN=\"\" spoofWWPN=\"\" "
+         "mode=\"\" monitorWWPN=\"\" secondaryStandbyWWPN=\"\" moduleName=\"\" vsaEnabled=\"false\" mismatch=\"false\" "
+         "maxAliasCount=\"0\" alpa=\"\"/>\n          <PhysicalAdapter number=\"3\"",
+         nullptr},
+        {"validate fills in the bridge's inquiry text",
+         R"(<SANBridge><Properties inquiry="DEFAULT INQ"></Properties><LogicalResources><SANResources><VirtualDev id="1"/></SANResources></LogicalResources></SANBridge>)",
+         "<InquiryString>DEFAULT INQ</InquiryString>", nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        const std::string out = roundTrip(row.document);
+        EXPECT_NE(out.find(row.expected), std::string::npos) << out;
+        if (row.absent != nullptr) EXPECT_EQ(out.find(row.absent), std::string::npos) << out;
+    }
+}
+
+// The developer command reads a file and writes it back on stdout.
+TEST(NbconfCheck, WritesTheDocumentBack) {
+    const std::string input = testdata("every_element45.xml");
+    const std::string command = std::string("TZ=UTC ") + NBCONF_BIN + " check --time 0 " + input;
+    std::FILE* pipe = ::popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::string out;
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+    const int status = ::pclose(pipe);
+    std::string expected = readFile(input);
+    while (!expected.empty() && expected.back() == '\n') expected.pop_back();
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(out, expected);
+}
+
+TEST(NbconfCheck, FailsWithTheReadersMessage) {
+    const std::string path = ::testing::TempDir() + "no_bridge45.xml";
+    {
+        std::ofstream file(path);
+        file << "<SANConfig><SANBridgeList></SANBridgeList></SANConfig>";
+    }
+    const std::string command = std::string(NBCONF_BIN) + " check " + path + " 2>&1";
+    std::FILE* pipe = ::popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    char buffer[256] = "";
+    const std::size_t n = std::fread(buffer, 1, sizeof buffer - 1, pipe);
+    const int status = ::pclose(pipe);
+    EXPECT_EQ(std::string(buffer, n), "parse error SANBridge\n");
+    EXPECT_NE(status, 0);
 }
 
 }  // namespace

@@ -5,5 +5,6 @@
 namespace nbconf {
 
 int tokens(int argc, char** argv);
+int check(int argc, char** argv);
 
 }  // namespace nbconf

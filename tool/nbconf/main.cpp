@@ -13,6 +13,7 @@ struct Command {
 
 const Command kCommands[] = {
     {"tokens", "tokens FILE            print every token of FILE through the end of input", nbconf::tokens},
+    {"check", "check [--time N] FILE  read FILE as a 4.5 document and write it back to standard output", nbconf::check},
 };
 
 void printUsage(std::FILE* out) {
