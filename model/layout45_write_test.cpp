@@ -1,4 +1,7 @@
 // Element writers: forms, conditional attributes, substitutions, enumerations.
+// Records are built with designated initializers that name only the fields a case sets.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+
 #include <functional>
 #include <string>
 

@@ -11,6 +11,10 @@
 #include "model/sanparse.h"
 #include "xml/log.h"
 
+// The replacement pairs malloc with free throughout; GCC cannot see that
+// through the inlined operators.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
 namespace {
 
 // A test-only allocator that fails the Nth allocation from now (0: never).
@@ -23,8 +27,19 @@ void* operator new(std::size_t size) {
     if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
     throw std::bad_alloc();
 }
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
 
 namespace model {
 namespace {
