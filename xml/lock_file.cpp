@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "xml/posix_ops.h"
+
 namespace xml {
 
 std::string lockFileName(std::string_view documentPath) {
@@ -34,12 +36,12 @@ struct flock byteZero(short lockType) {
 
 int setLock(int fd, int command, short lockType) noexcept {
     struct flock lock = byteZero(lockType);
-    return ::fcntl(fd, command, &lock);
+    return posixOps().lock(fd, command, &lock);
 }
 
 int openAndLock(const char* documentPath, bool exclusive) noexcept {
     const std::string name = lockFileName(documentPath);
-    const int fd = ::open(name.c_str(), O_RDWR | O_CREAT, 0770);
+    const int fd = posixOps().open(name.c_str(), O_RDWR | O_CREAT, 0770);
     if (fd < 0) {
         std::fprintf(stderr, "Can't open lock file %s - %d\n", name.c_str(), errno);
         return -1;
@@ -52,7 +54,7 @@ int openAndLock(const char* documentPath, bool exclusive) noexcept {
 
 pid_t testLock(int fd, short lockType) noexcept {
     struct flock lock = byteZero(lockType);
-    if (::fcntl(fd, F_GETLK, &lock) != 0) {
+    if (posixOps().lock(fd, F_GETLK, &lock) != 0) {
         std::perror("XML parser fcntl error");
         return 0;
     }
@@ -62,11 +64,11 @@ pid_t testLock(int fd, short lockType) noexcept {
 void unlockAndClose(int fd) noexcept {
     if (fd < 0) return;
     static_cast<void>(setLock(fd, F_SETLK, F_UNLCK));  // closing drops it anyway
-    ::close(fd);
+    posixOps().close(fd);
 }
 
 int removeLockFile(const char* documentPath) noexcept {
-    return ::unlink(lockFileName(documentPath).c_str());
+    return posixOps().unlink(lockFileName(documentPath).c_str());
 }
 
 LockFile& LockFile::operator=(LockFile&& other) noexcept {

@@ -1,0 +1,144 @@
+// The administrator's commands on stores and semaphores, run as the real program.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "host/cfgrepository.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string slurp(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void spill(const fs::path& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class NbconfHost : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/nbconf_host.XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+        fs::create_directories(dir_ / "base");
+        fs::create_directories(dir_ / "dev");
+        fs::create_directories(dir_ / "home/etc");
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    Outcome nbconf(const std::string& args) {
+        const std::string command = "NBHOME=" + (dir_ / "home").string() + " " + NBCONF_BIN + " " + args + " >" +
+                                    (dir_ / "out").string() + " 2>" + (dir_ / "err").string();
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir_ / "out"), slurp(dir_ / "err")};
+    }
+
+    // An empty store with two copies per item and no owner.
+    void makeStore() {
+        spill(dir_ / "base/.repository.conf", "[quorum]\nvid = 7\nendingSector = 4200\n");
+        host::MasterHeader master;
+        master.setVersion(102);
+        master.setCopies(2);
+        master.setItemsBase(512);
+        master.setItemsEnd(512);
+        master.setNextFree(40 * 512);
+        std::string image(4201 * 512, '\0');
+        std::copy(master.bytes.begin(), master.bytes.end(), image.begin());
+        spill(dir_ / "dev/__quorum7__", image);
+    }
+
+    std::string devices() const { return "--devices " + (dir_ / "dev").string(); }
+    fs::path dir_;
+};
+
+TEST_F(NbconfHost, RepoAddThenShow) {
+    makeStore();
+    spill(dir_ / "src", "hello");
+    const std::string base = (dir_ / "base").string();
+    ASSERT_EQ(nbconf("repo " + devices() + " add " + base + " " + (dir_ / "src").string() + " hostlist").status, 0);
+    ASSERT_EQ(nbconf("repo " + devices() + " add " + base + " " + (dir_ / "src").string() + " hostlist").status, 0);
+
+    const Outcome shown = nbconf("repo " + devices() + " show " + base);
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    std::istringstream lines(shown.out);
+    std::string line;
+    const std::string expected[] = {
+        "store " + (dir_ / "dev/__quorum7__").string() + ": vid 7, ending sector 4200, 2150912 bytes",
+        "version 102, items 1, copies 2, owner \"\"",
+        "next free offset 2117632, items end 1024, items base 512",
+        "last deposit ",  // then the time of the deposit
+        "item 0 \"hostlist\": copies 2, last written slot 1, bad slots 0x00, allotted 1048576, stored size 5",
+        "  slot 0: offset 20480",
+        "  slot 1: offset 1069056",
+    };
+    for (const std::string& want : expected) {
+        ASSERT_TRUE(std::getline(lines, line)) << "missing: " << want;
+        EXPECT_EQ(line.substr(0, want == "last deposit " ? want.size() : std::string::npos), want);
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << line;
+}
+
+TEST_F(NbconfHost, RepoFailures) {
+    const std::string base = (dir_ / "base").string();
+    struct Row {
+        const char* why;
+        std::string args;
+        int status;
+        std::string err;
+    };
+    const Row rows[] = {
+        {"no store", "repo show " + base, 1, "nbconf: " + base + " has no .repository.conf\n"},
+        {"no store is not an error for a deposit", "repo add " + base + " /etc/hostname", 0, ""},
+        {"unknown step", "repo frob " + base, 2,
+         "Usage: nbconf repo [--devices DIR] show BASE\n       nbconf repo [--devices DIR] add BASE FILE [NAME]\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        const Outcome run = nbconf(row.args);
+        EXPECT_EQ(run.status, row.status);
+        EXPECT_EQ(run.err, row.err);
+    }
+    makeStore();
+    const Outcome missing = nbconf("repo " + devices() + " add " + base + " " + (dir_ / "absent").string());
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "nbconf: deposit of " + (dir_ / "absent").string() + " failed (see the system log)\n");
+}
+
+TEST_F(NbconfHost, SemRemoveAll) {
+    const key_t key = ::ftok(dir_.c_str(), 'n');
+    const int semid = ::semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
+    ASSERT_GE(semid, 0);
+    char line[16];
+    std::snprintf(line, sizeof line, "%x\n", static_cast<unsigned int>(key));
+    spill(dir_ / "home/etc/.semaphorekeys", line);
+
+    const Outcome removed = nbconf("sem remove-all");
+    EXPECT_EQ(removed.status, 0) << removed.err;
+    EXPECT_EQ(::semctl(semid, 0, GETVAL), -1) << "the set is gone";
+    if (::semctl(semid, 0, GETVAL) != -1) ::semctl(semid, 0, IPC_RMID);
+    EXPECT_FALSE(fs::exists(dir_ / "home/etc/.semaphorekeys"));
+
+    const Outcome again = nbconf("sem remove-all");
+    EXPECT_EQ(again.status, 1);
+    EXPECT_EQ(again.err, "nbconf: no keys file " + (dir_ / "home/etc/.semaphorekeys").string() + "\n");
+}
+
+}  // namespace

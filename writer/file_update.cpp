@@ -1,0 +1,141 @@
+#include "writer/file_update.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/cfgrepository.h"
+#include "xml/lock_file.h"
+#include "xml/posix_ops.h"
+
+namespace writer {
+
+namespace {
+
+RepositoryFailureHook gRepositoryFailureHook = nullptr;
+
+// Stdio buffer of the temporary file: documents run to tens of megabytes.
+constexpr std::size_t kStreamBuffer = 1 << 16;
+
+// "/dir/name" -> "/dir/", "name" -> "".
+std::string directoryPart(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+// Keeps the replaced version as "<target>.previous". Only for a path with a
+// directory part, and only when the target exists; a failure never blocks the update.
+void keepPrevious(const std::string& path) {
+    if (path.find('/') == std::string::npos) return;
+    struct stat info;
+    if (xml::posixOps().stat(path.c_str(), &info) != 0) return;
+    const std::string previous = path + ".previous";
+    static_cast<void>(xml::posixOps().unlink(previous.c_str()));
+    static_cast<void>(xml::posixOps().link(path.c_str(), previous.c_str()));
+}
+
+// A store on the quorum disk is described beside the target; the partner
+// recovers configurations from it. Its outcome never stops the update.
+void depositInRepository(const std::string& tmpPath, const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string dir = slash == std::string::npos ? path : path.substr(0, slash);
+    const std::string description = dir + "/.repository.conf";
+    struct stat info;
+    if (xml::posixOps().stat(description.c_str(), &info) != 0) return;
+    const int result = host::CFGREPOSITORY_addFileAs(dir.c_str(), tmpPath.c_str(), path.c_str(), nullptr);
+    if (result != 0 && path.find("nimbra.conf") != std::string::npos && gRepositoryFailureHook != nullptr) {
+        gRepositoryFailureHook();
+    }
+}
+
+// Makes the rename durable: fsync of the directory that holds the new name.
+void syncDirectoryOf(const std::string& tmpPath) {
+    std::string dir = directoryPart(tmpPath);
+    if (dir.empty()) {
+        char cwd[PATH_MAX];
+        if (xml::posixOps().getcwd(cwd, sizeof cwd) == nullptr) {
+            xml::posixOps().sync();  // no directory to name: flush everything
+            return;
+        }
+        dir = cwd;
+    }
+    const int fd = xml::posixOps().open(dir.c_str(), O_RDONLY | O_DIRECTORY, 0);
+    if (fd < 0) return;
+    static_cast<void>(xml::posixOps().fsync(fd));
+    static_cast<void>(xml::posixOps().close(fd));
+}
+
+}  // namespace
+
+void setRepositoryFailureHook(RepositoryFailureHook hook) noexcept { gRepositoryFailureHook = hook; }
+
+ssize_t FileUpdate::writeToFd(void* cookie, const char* data, std::size_t size) {
+    auto* update = static_cast<FileUpdate*>(cookie);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = xml::posixOps().write(update->fd_, data + done, size - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;  // stdio marks the error
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<ssize_t>(size);
+}
+
+int FileUpdate::closeFd(void* cookie) {
+    auto* update = static_cast<FileUpdate*>(cookie);
+    const int result = xml::posixOps().close(update->fd_);
+    update->fd_ = -1;
+    return result;
+}
+
+std::unique_ptr<FileUpdate> FileUpdate::open(const char* targetPath, int pid) noexcept {
+    try {
+        std::unique_ptr<FileUpdate> update(new FileUpdate);
+        update->path_ = targetPath;
+        // Writers of one target are serialised; readers wait until the rename.
+        update->lockFd_ = xml::openAndLock(targetPath, true);
+        update->tmpPath_ = update->path_ + "_to_Be_" + std::to_string(pid);
+        update->fd_ = xml::posixOps().open(update->tmpPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        if (update->fd_ < 0) return nullptr;  // the destructor releases the lock
+        const cookie_io_functions_t io = {nullptr, &FileUpdate::writeToFd, nullptr, &FileUpdate::closeFd};
+        update->stream_ = ::fopencookie(update.get(), "w", io);
+        if (update->stream_ == nullptr) return nullptr;
+        std::setvbuf(update->stream_, nullptr, _IOFBF, kStreamBuffer);
+        return update;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+FileUpdate::~FileUpdate() {
+    if (stream_ != nullptr) std::fclose(stream_);  // abandoned: the temporary file stays
+    if (fd_ >= 0) static_cast<void>(xml::posixOps().close(fd_));
+    xml::unlockAndClose(lockFd_);
+}
+
+int FileUpdate::commit(bool sync) noexcept {
+    std::fflush(stream_);
+    if (sync && fd_ >= 0) static_cast<void>(xml::posixOps().fsync(fd_));  // a failure shows as lost data only
+    const bool writeFailed = std::ferror(stream_) != 0;
+    std::fclose(stream_);
+    stream_ = nullptr;
+    int result = 0;
+    if (writeFailed) {
+        std::fprintf(stderr, "Abort updating %s error writing tmp file %s\n", path_.c_str(), tmpPath_.c_str());
+        result = -1;
+    } else {
+        keepPrevious(path_);
+        if (sync) depositInRepository(tmpPath_, path_);
+        static_cast<void>(xml::posixOps().rename(tmpPath_.c_str(), path_.c_str()));  // the commit point
+        if (sync) syncDirectoryOf(tmpPath_);
+    }
+    // Released only now: a waiting reader or writer sees the complete new file.
+    xml::unlockAndClose(lockFd_);
+    lockFd_ = -1;
+    return result;
+}
+
+}  // namespace writer

@@ -1,0 +1,52 @@
+#pragma once
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+
+namespace writer {
+
+/// Replaces one file safely. Opening takes the exclusive lock of the target's
+/// lock file and creates the temporary file "<target>_to_Be_<pid>" beside it;
+/// the new content goes to stream(); commit() makes it the target:
+/// fsync, ".previous" hard link to the old file, repository deposit, rename,
+/// directory fsync, unlock. Readers of the target (who take the shared lock)
+/// never see a partial document.
+class FileUpdate {
+public:
+    /// Null when the temporary file can't be created (the lock is then released).
+    static std::unique_ptr<FileUpdate> open(const char* targetPath, int pid) noexcept;
+    ~FileUpdate();
+    FileUpdate(const FileUpdate&) = delete;
+    FileUpdate& operator=(const FileUpdate&) = delete;
+
+    /// Where the new content is written. Write errors are sticky and show at commit.
+    std::FILE* stream() noexcept { return stream_; }
+    const std::string& targetPath() const noexcept { return path_; }
+    const std::string& tempPath() const noexcept { return tmpPath_; }
+
+    /// 0 when the target was replaced; -1 when writing the temporary file
+    /// failed ("Abort updating ..." on stderr, temporary file left, target and
+    /// ".previous" untouched). `sync` forces data and directory to disk and
+    /// hands the file to the configuration repository when there is one.
+    /// Call once; the lock is released in both cases.
+    int commit(bool sync) noexcept;
+
+private:
+    FileUpdate() = default;
+    static ssize_t writeToFd(void* cookie, const char* data, std::size_t size);
+    static int closeFd(void* cookie);
+
+    std::string path_;
+    std::string tmpPath_;
+    int lockFd_ = -1;
+    int fd_ = -1;
+    std::FILE* stream_ = nullptr;
+};
+
+/// A process-wide operation called when the repository refused a deposit of a
+/// main configuration file. The tool registers none.
+using RepositoryFailureHook = void (*)();
+void setRepositoryFailureHook(RepositoryFailureHook hook) noexcept;
+
+}  // namespace writer
