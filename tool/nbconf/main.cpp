@@ -13,6 +13,7 @@ struct Command {
 
 const Command kCommands[] = {
     {"tokens", "tokens FILE            print every token of FILE through the end of input", nbconf::tokens},
+    {"check", "check [--time N] FILE  read FILE as a 4.5 document and write it back to standard output", nbconf::check},
     {"repo", "repo [--devices DIR] show BASE             print the store's master header and items\n"
              "  nbconf repo [--devices DIR] add BASE FILE [NAME]  deposit FILE as the writer does",
      nbconf::repo},

@@ -1,0 +1,370 @@
+#include "model/element_io.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "writer/sink.h"
+#include "xml/attr_readers.h"
+#include "xml/log.h"
+
+namespace model {
+
+namespace {
+
+constexpr const char* kLogModule = "kxutil";
+constexpr const char* kCannotAllocate = "cannot allocate memory";
+
+bool isStartTag(xml::Tok type) { return type == xml::Tok::StartTag || type == xml::Tok::StartTagOpen; }
+
+// Text payloads are C strings: a NUL ends them.
+std::string_view cString(std::string_view text) {
+    const std::size_t nul = text.find('\0');
+    return nul == std::string_view::npos ? text : text.substr(0, nul);
+}
+
+template <class T>
+T& fieldAs(const AttrSpec& spec, void* record) {
+    return *static_cast<T*>(spec.field(record));
+}
+
+// Converts a value token into the field. Numbers are read from the raw text
+// (entities are not decoded, "12abc" gives 12); texts are decoded.
+void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Schema& schema) {
+    switch (spec.kind) {
+    case AttrKind::I32:
+    case AttrKind::Long:
+        fieldAs<std::int32_t>(spec, record) = xml::strtol32(value.terminatedPayload(), 10);
+        break;
+    case AttrKind::Hex:
+        fieldAs<std::uint32_t>(spec, record) =
+            static_cast<std::uint32_t>(xml::strtol32(value.terminatedPayload(), 16));
+        break;
+    case AttrKind::Sector:
+        fieldAs<std::uint32_t>(spec, record) = xml::scanUnsignedLong32(value.terminatedPayload());
+        break;
+    case AttrKind::Bool:
+        fieldAs<std::int8_t>(spec, record) =
+            static_cast<std::int8_t>(kBoolean.read(schema.lookupAttribute(value.terminatedPayload())));
+        break;
+    case AttrKind::Bool3:
+        fieldAs<std::int8_t>(spec, record) =
+            static_cast<std::int8_t>(kNewUnit.read(schema.lookupAttribute(value.terminatedPayload())));
+        break;
+    case AttrKind::NewUnit:
+        fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.terminatedPayload()));
+        break;
+    case AttrKind::Text:
+        fieldAs<std::optional<std::string>>(spec, record) = value.payloadString();
+        break;
+    case AttrKind::Enum:
+        fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.terminatedPayload()));
+        break;
+    }
+}
+
+// Name-first reading: numbers through the typed readers, the rest through the
+// value token. The caller tests the (sticky) error slot afterwards.
+void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
+    xml::TokenStream& ts = ctx.ts;
+    switch (spec.kind) {
+    case AttrKind::I32:
+        fieldAs<std::int32_t>(spec, record) = xml::readDecimalInt(ts);
+        return;
+    case AttrKind::Long:
+        fieldAs<std::int32_t>(spec, record) = xml::readLong(ts);
+        return;
+    case AttrKind::Hex:
+        fieldAs<std::uint32_t>(spec, record) = xml::readHexInt(ts);
+        return;
+    case AttrKind::Sector:
+        fieldAs<std::uint32_t>(spec, record) = xml::readUnsignedLong(ts);
+        return;
+    default:
+        break;
+    }
+    xml::Token value = xml::readValueToken(ts);
+    if (value) storeValue(spec, record, value, ctx.schema);
+}
+
+enum class AttrLoop : std::uint8_t { Children, Complete, Failed };
+
+// The attributes of a start tag, through its ">" or "/>".
+AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* record) {
+    xml::TokenStream& ts = ctx.ts;
+    for (;;) {
+        xml::Token token = ts.next();
+        if (!token) return AttrLoop::Complete;
+        switch (token.type()) {
+        case xml::Tok::StartTagClose:
+            return AttrLoop::Children;
+        case xml::Tok::EmptyTagClose:
+        case xml::Tok::Eof:
+            return AttrLoop::Complete;
+        default:
+            break;
+        }
+        // Anything else counts as an attribute name. The name is looked up
+        // before the value is taken because a token's text does not outlive
+        // the next two tokens; the outcome is that of either order.
+        const AttrSpec* spec = layout.attribute(ctx.schema.lookupAttribute(token.terminatedPayload()));
+        if (layout.order == ReadOrder::ValueFirst) {
+            xml::Token value = xml::readValueToken(ts);
+            if (!value) return AttrLoop::Failed;
+            if (spec != nullptr) storeValue(*spec, record, value, ctx.schema);
+        } else if (spec != nullptr) {
+            readTyped(*spec, record, ctx);
+            if (ts.failed()) return AttrLoop::Failed;
+        }
+    }
+}
+
+// Dispatches the child element whose start tag was peeked. False when the
+// parent has to be released (a list could not grow).
+bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::Token& start) {
+    xml::TokenStream& ts = ctx.ts;
+    const ElementName* entry = ctx.schema.findElement(start.terminatedPayload());
+    const LayoutBase* parser = entry != nullptr ? ctx.schema.parserFor(entry->number) : nullptr;
+    // Unknown, without a parser, or nested too deep: drop the start tag alone,
+    // so that its content is read as content of this element.
+    if (parser == nullptr || ctx.depth >= kMaxNesting) {
+        ts.skip();
+        return true;
+    }
+    const LayoutBase* childLayout = nullptr;
+    const ChildSpec* spec = layout.child(entry->number, &childLayout);
+    ChildOutcome outcome;
+    ++ctx.depth;
+    if (spec != nullptr) {
+        outcome = spec->parse(spec->field(record), ctx, *childLayout, entry->name);
+    } else {
+        // A known child this element does not keep: parsed, then released.
+        outcome = parser->parseAndDiscard(ctx, *parser, entry->name) ? ChildOutcome::Kept : ChildOutcome::Failed;
+    }
+    --ctx.depth;
+    switch (outcome) {
+    case ChildOutcome::Kept:
+        return true;
+    case ChildOutcome::Failed:
+        ts.skip();
+        return true;
+    case ChildOutcome::GrowthFailed:
+        xml::logNotice(0, {kLogModule, ctx.schema.logFile, layout.routine, __LINE__}, "%s", kCannotAllocate);
+        return false;
+    }
+    return true;
+}
+
+bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) {
+    xml::TokenStream& ts = ctx.ts;
+    if (layout.prepare != nullptr) layout.prepare(layout, record);
+
+    // Only a start tag with attributes has any; any other opening token goes
+    // straight to the children.
+    const xml::Token open = ts.next();
+    if (open && open.type() == xml::Tok::StartTagOpen) {
+        switch (readAttributes(ctx, layout, record)) {
+        case AttrLoop::Failed:
+            return false;
+        case AttrLoop::Complete:
+            if (layout.finish != nullptr) layout.finish(layout, record);
+            return true;
+        case AttrLoop::Children:
+            break;
+        }
+    }
+
+    std::string* text = layout.form == Form::TextContent ? static_cast<std::string*>(record) : nullptr;
+    for (;;) {
+        xml::Token token = ts.peek();
+        if (!token || token.type() == xml::Tok::Eof) break;
+        const xml::Tok type = token.type();
+        if (type == xml::Tok::EndTag) {
+            // Deliberate: the compare runs over the end tag's length, so an end
+            // tag that is a prefix of the name closes the element too.
+            const bool closes = token.comparePayload(openName) == 0;
+            ts.skip();
+            if (closes) break;
+            continue;
+        }
+        if (isStartTag(type)) {
+            if (!readChild(ctx, layout, record, token)) return false;
+            continue;
+        }
+        // Character data of a text element is kept as it stands: it is
+        // never entity-decoded.
+        if (text != nullptr && type == xml::Tok::Content) text->append(cString(token.payload()));
+        ts.skip();
+    }
+    if (layout.finish != nullptr) layout.finish(layout, record);
+    return true;
+}
+
+std::int64_t numberOf(const AttrSpec& spec, const void* record) {
+    void* field = spec.field(const_cast<void*>(record));
+    switch (spec.kind) {
+    case AttrKind::Bool:
+    case AttrKind::Bool3:
+        return *static_cast<const std::int8_t*>(field);
+    case AttrKind::Sector:
+    case AttrKind::Hex:
+        return *static_cast<const std::uint32_t*>(field);
+    case AttrKind::Text:
+        return 0;
+    default:
+        return *static_cast<const std::int32_t*>(field);
+    }
+}
+
+bool shouldWrite(const AttrSpec& spec, const void* record) {
+    switch (spec.when) {
+    case WriteIf::Always:
+        return true;
+    case WriteIf::Never:
+        return false;
+    case WriteIf::IfTrue:
+    case WriteIf::IfNonZero:
+        return numberOf(spec, record) != 0;
+    case WriteIf::IfPositive:
+        return numberOf(spec, record) > 0;
+    case WriteIf::IfPresent:
+    case WriteIf::IfNonEmpty: {
+        const auto& text = *static_cast<const std::optional<std::string>*>(spec.field(const_cast<void*>(record)));
+        return text.has_value() && (spec.when == WriteIf::IfPresent || (*text)[0] != '\0');
+    }
+    }
+    return true;
+}
+
+void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) {
+    const void* field = spec.field(const_cast<void*>(record));
+    switch (spec.kind) {
+    case AttrKind::I32:
+    case AttrKind::Long: {
+        const std::int32_t value = *static_cast<const std::int32_t*>(field);
+        out.decimal(value == 0 && spec.zeroWrittenAs != 0 ? spec.zeroWrittenAs : value);
+        return;
+    }
+    case AttrKind::Sector:
+        out.unsignedDecimal(*static_cast<const std::uint32_t*>(field));
+        return;
+    case AttrKind::Hex:
+        out.hex(*static_cast<const std::uint32_t*>(field));
+        return;
+    case AttrKind::Bool:
+    case AttrKind::Bool3:
+        out.write(kBoolean.spell(*static_cast<const std::int8_t*>(field)));
+        return;
+    case AttrKind::NewUnit:
+        out.write(kNewUnit.spell(*static_cast<const std::int32_t*>(field)));
+        return;
+    case AttrKind::Text:
+        out.escaped(*static_cast<const std::optional<std::string>*>(field));
+        return;
+    case AttrKind::Enum:
+        out.write(spec.table->spell(*static_cast<const std::int32_t*>(field)));
+        return;
+    }
+}
+
+void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
+    out.write("</");
+    out.write(layout.name);
+    out.put('>');
+}
+
+}  // namespace
+
+bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept {
+    try {
+        return readElement(ctx, layout, record, openName);
+    } catch (const std::bad_alloc&) {
+        // Whatever this element could not allocate for itself (a child's own
+        // failures are settled inside the child).
+        ctx.ts.fail(layout.allocFailure.c_str());
+        return false;
+    }
+}
+
+void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
+    out.put('<');
+    out.write(layout.name);
+    for (const AttrSpec& spec : layout.attrs) {
+        if (!shouldWrite(spec, record)) continue;
+        out.put(' ');
+        out.write(spec.name);
+        out.write("=\"");
+        writeValue(out, spec, record);
+        out.put('"');
+    }
+    switch (layout.form) {
+    case Form::AlwaysShort:
+        out.write("/>");
+        return;
+    case Form::TextContent: {
+        const std::string& text = *static_cast<const std::string*>(record);
+        if (text.empty() || text[0] == '\0') {
+            out.write("/>");
+            return;
+        }
+        out.put('>');
+        out.escaped(text.c_str());
+        writeEndTag(out, layout);
+        return;
+    }
+    case Form::ShortWhenEmpty: {
+        bool any = false;
+        for (const ChildSpec& spec : layout.children) {
+            if (spec.present(spec, spec.field(const_cast<void*>(record)))) {
+                any = true;
+                break;
+            }
+        }
+        if (!any) {
+            out.write("/>");
+            return;
+        }
+        break;
+    }
+    case Form::AlwaysLong:
+        break;
+    }
+    out.put('>');
+    ++out.level;
+    for (const ChildSpec& spec : layout.children) spec.write(out, spec, spec.field(const_cast<void*>(record)));
+    --out.level;
+    out.newLine();
+    writeEndTag(out, layout);
+}
+
+namespace detail {
+void newLineBefore(writer::XmlSink& out) { out.newLine(); }
+}  // namespace detail
+
+TopLevel nextTopLevel(ParseContext& ctx, int target, const ElementName** entry) noexcept {
+    xml::TokenStream& ts = ctx.ts;
+    xml::Token token = ts.peek();
+    if (!token || token.type() == xml::Tok::Eof) return TopLevel::End;
+    if (!isStartTag(token.type())) {
+        ts.skip();
+        return TopLevel::Other;
+    }
+    const ElementName* found = ctx.schema.findElement(token.terminatedPayload());
+    if (found != nullptr && found->number == target) {
+        *entry = found;
+        return TopLevel::Target;
+    }
+    // An unknown element's start tag goes alone, so that elements nested in
+    // any wrapper (SANConfig, SANBridgeList) are met by the loop; a known one
+    // is parsed and released, and one that yields no record drops one token.
+    const LayoutBase* parser = found != nullptr ? ctx.schema.parserFor(found->number) : nullptr;
+    bool parsed = false;
+    if (parser != nullptr) {
+        ++ctx.depth;
+        parsed = parser->parseAndDiscard(ctx, *parser, found->name);
+        --ctx.depth;
+    }
+    if (!parsed) ts.skip();
+    return TopLevel::Other;
+}
+
+}  // namespace model

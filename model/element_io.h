@@ -1,0 +1,74 @@
+#pragma once
+#include <cstdio>
+#include <memory>
+#include <new>
+
+#include "model/attr_names.h"
+#include "model/layout.h"
+#include "xml/token_stream.h"
+
+// The generic reader and writer that walk element layouts (model/layout.h),
+// and the document loop that finds one top-level element.
+
+namespace model {
+
+/// What a document layout supplies to the generic reader.
+struct Schema {
+    int (*lookupAttribute)(const char* name);                // number or -1
+    const ElementName* (*findElement)(const char* name);     // entry or null
+    const LayoutBase* (*parserFor)(int number);              // null: no parser
+    const char* logFile;                                     // source file named in log lines
+};
+
+/// At most this many known elements are parsed one inside the other; the next
+/// one is passed over like an unknown element, so no document exhausts the stack.
+constexpr int kMaxNesting = 1000;
+
+struct ParseContext {
+    xml::TokenStream& ts;
+    const Schema& schema;
+    int depth = 0;  // known elements being parsed, the outermost counting 1
+};
+
+/// Passes over one top-level start tag: false when `ctx` stops at something
+/// else. Used by the document loop; exposed for the other layouts' readers.
+enum class TopLevel : std::uint8_t { End, Target, Other };
+
+/// Peeks the next top-level token: End at the end of input; Target when it is
+/// the start of an element numbered `target` (its entry in `*entry`); Other
+/// after dropping anything else (an unknown element's start tag, a known one
+/// parsed and released, or any other token).
+TopLevel nextTopLevel(ParseContext& ctx, int target, const ElementName** entry) noexcept;
+
+/// The document loop: reads every top-level token; each `target` element is
+/// parsed, the last one read wins. A target whose parser yields nothing writes
+/// `parseError` to stderr and stops the loop; so does the end of input without
+/// one. Returns the record or null.
+template <class R>
+std::unique_ptr<R> readDocument(ParseContext& ctx, const Layout<R>& target, const char* parseError) noexcept {
+    std::unique_ptr<R> result;
+    for (;;) {
+        const ElementName* entry = nullptr;
+        const TopLevel next = nextTopLevel(ctx, target.element, &entry);
+        if (next == TopLevel::End) break;
+        if (next == TopLevel::Other) continue;
+        std::unique_ptr<R> record(new (std::nothrow) R{});
+        bool parsed = false;
+        if (record == nullptr) {
+            ctx.ts.fail(target.allocFailure.c_str());
+        } else {
+            ++ctx.depth;
+            parsed = parseElement(ctx, target, record.get(), entry->name);
+            --ctx.depth;
+        }
+        if (!parsed) {
+            result.reset();
+            break;
+        }
+        result = std::move(record);
+    }
+    if (result == nullptr) std::fputs(parseError, stderr);
+    return result;
+}
+
+}  // namespace model

@@ -1,0 +1,431 @@
+#pragma once
+// Element layouts: one declaration per element and document layout drives both
+// the generic reader and the generic writer (model/element_io.h).
+//
+// Declaring an element: one `Layout<R>` per element, R being its record type.
+//
+//   const Layout<Geometry> kGeometry45{
+//       ElementId::Geometry, "Geometry", "parseGeometry", Form::AlwaysShort,
+//       {   // attributes, in written order
+//           attr::sector<&Geometry::startingSector>(AttrId::startingSector),
+//           attr::sector<&Geometry::endingSector>(AttrId::endingSector),
+//           attr::i32<&Geometry::sectorSize>(AttrId::sectorSize),
+//       }};
+//
+// - The element number and written name, the routine name that log lines carry,
+//   then the form: AlwaysShort (attributes only, "/>"), ShortWhenEmpty ("/>"
+//   when no child would be written), AlwaysLong, or TextContent (R is
+//   std::string: <X>text</X>, or <X/> when empty).
+// - Attributes in written order: attr::i32 (%d), attr::long32 (%ld, read with
+//   the long reader), attr::sector (unsigned decimal), attr::hex ("0x%X"),
+//   attr::boolean (two-way), attr::bool3 (three-way: "true" 1, "false" 0,
+//   else -1), attr::newUnit (isNew), attr::text, attr::spelled (an EnumTable).
+//   Each takes a write condition (WriteIf) and i32 takes a value that a stored
+//   0 is written as. WriteIf::Never reads an attribute without writing it.
+// - Children in written order: child::single (by value, the later wins),
+//   child::optional (std::optional, written when present, the later wins),
+//   child::always (std::optional written also when absent, as an empty
+//   record), child::repeated (std::vector, appended; the step is kept as data),
+//   child::optionalOneOf (one of several layouts sharing a record, such as the
+//   file systems). Any other known child is parsed by the schema's parser for
+//   its number and dropped.
+// - Options: the record name of "Can't allocate memory for X" when it is not
+//   the element name, the attribute read order (value-first by default), and
+//   hooks run before reading (prepare) and after a successful read (finish).
+//
+// Several layouts may share one record type (WWPNList, VirtualDevList...), and
+// a layout may be declared for any struct, so another document layout can
+// declare its own records where it differs.
+
+#include <cstdint>
+#include <initializer_list>
+#include <new>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "model/attr_names.h"
+#include "model/enums.h"
+
+namespace model {
+
+enum class AttrKind : std::uint8_t {
+    I32,      // %d
+    Long,     // %ld, read with the long reader
+    Sector,   // unsigned 32-bit, read as "%lu", written unsigned decimal
+    Hex,      // read with the hexadecimal reader, written "0x%X"
+    Bool,     // one byte; "true" 1, anything else 0
+    Bool3,    // one byte; "true" 1, "false" 0, anything else -1
+    NewUnit,  // 32-bit; read as Bool3, written through kNewUnit
+    Text,     // std::optional<std::string>, entity-decoded
+    Enum,     // 32-bit, through an EnumTable
+};
+
+enum class WriteIf : std::uint8_t {
+    Always,
+    Never,       // read, not written
+    IfTrue,      // a flag that is not 0
+    IfNonZero,   // a number that is not 0
+    IfPositive,  // a number above 0
+    IfPresent,   // a text that is present, even empty
+    IfNonEmpty,  // a text that is present and not empty
+};
+
+enum class Form : std::uint8_t { ShortWhenEmpty, AlwaysLong, AlwaysShort, TextContent };
+
+/// Value-first: "=" and the value are read before the name counts, so an
+/// unknown name takes its value with it. Name-first: an unknown name drops only
+/// the name token, and "=" and the value come round as further names.
+enum class ReadOrder : std::uint8_t { ValueFirst, NameFirst };
+
+enum class Store : std::uint8_t { Single, Optional, OptionalAlways, Repeated };
+
+struct AttrSpec {
+    const char* name;  // as written
+    int id;            // number in the schema's attribute table
+    AttrKind kind;
+    WriteIf when;
+    std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
+    const EnumTable* table;      // Enum only
+    void* (*field)(void* record);
+};
+
+}  // namespace model
+
+namespace writer {
+class XmlSink;
+}
+
+namespace model {
+
+struct LayoutBase;
+struct ParseContext;
+
+enum class ChildOutcome : std::uint8_t {
+    Kept,          // stored in its field
+    Failed,        // no record: the caller drops one token and reads on
+    GrowthFailed,  // the list could not grow: the parent is released
+};
+
+struct ChildSpec {
+    const LayoutBase* layout;                   // read and written with this one,
+    const LayoutBase* const* alternatives;      // or read with any of these and
+    int alternativeCount;                       // written with the one `pick` names
+    int (*pick)(const void* childRecord);       // index into alternatives, -1: nothing
+    Store store;
+    int step;  // growth step of the list in the original layout (log data only)
+    void* (*field)(void* parent);
+    ChildOutcome (*parse)(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName);
+    void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);
+    bool (*present)(const ChildSpec& spec, const void* field);
+
+    /// The layout of element `number` if this child accepts it, else null.
+    const LayoutBase* accepts(int number) const noexcept;
+};
+
+/// What every layout holds, whatever its record type.
+struct LayoutBase {
+    int element;
+    const char* name;     // as written
+    const char* routine;  // in log lines: "parsePhysicalDev"
+    std::string allocFailure;  // "Can't allocate memory for <record>"
+    Form form;
+    ReadOrder order;
+    std::vector<AttrSpec> attrs;
+    std::vector<ChildSpec> children;
+    void (*prepare)(const LayoutBase& layout, void* record);  // null: nothing
+    void (*finish)(const LayoutBase& layout, void* record);   // null: nothing
+    /// Parses one element into a fresh record and releases it; false when it
+    /// yielded no record.
+    bool (*parseAndDiscard)(ParseContext& ctx, const LayoutBase& layout, const char* openName);
+
+    const AttrSpec* attribute(int id) const noexcept {
+        for (const AttrSpec& spec : attrs) {
+            if (spec.id == id) return &spec;
+        }
+        return nullptr;
+    }
+    const ChildSpec* child(int number, const LayoutBase** layout) const noexcept {
+        for (const ChildSpec& spec : children) {
+            if (const LayoutBase* found = spec.accepts(number)) {
+                *layout = found;
+                return &spec;
+            }
+        }
+        return nullptr;
+    }
+};
+
+/// Parses the element whose opening token is the next token of the stream into
+/// `record` (already constructed). `openName` is the element name as looked up
+/// (static storage): its end tag is matched against it. False when the element
+/// yields no record (message in the stream's slot where one is defined).
+bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept;
+
+/// Writes the element, starting where the caller's new line left the sink and
+/// without a trailing new line.
+void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record);
+
+template <class R>
+struct LayoutOptions {
+    const char* record = nullptr;  // record name of the allocation message; null: the element name
+    ReadOrder order = ReadOrder::ValueFirst;
+    void (*prepare)(R& record) = nullptr;
+    void (*finish)(R& record) = nullptr;
+};
+
+template <class R>
+struct Layout : LayoutBase {
+    Layout(ElementId id, const char* elementName, const char* routineName, Form elementForm,
+           std::initializer_list<AttrSpec> attributes, std::initializer_list<ChildSpec> childSpecs = {},
+           LayoutOptions<R> options = {})
+        : LayoutBase{static_cast<int>(id),
+                     elementName,
+                     routineName,
+                     std::string("Can't allocate memory for ") +
+                         (options.record != nullptr ? options.record : elementName),
+                     elementForm,
+                     options.order,
+                     attributes,
+                     childSpecs,
+                     options.prepare != nullptr ? &callPrepare : nullptr,
+                     options.finish != nullptr ? &callFinish : nullptr,
+                     &discard},
+          typedPrepare(options.prepare),
+          typedFinish(options.finish) {
+        static_assert(std::is_default_constructible_v<R>);
+    }
+
+    void (*typedPrepare)(R&);
+    void (*typedFinish)(R&);
+
+private:
+    static void callPrepare(const LayoutBase& layout, void* record) {
+        static_cast<const Layout&>(layout).typedPrepare(*static_cast<R*>(record));
+    }
+    static void callFinish(const LayoutBase& layout, void* record) {
+        static_cast<const Layout&>(layout).typedFinish(*static_cast<R*>(record));
+    }
+    static bool discard(ParseContext& ctx, const LayoutBase& layout, const char* openName) {
+        R record{};
+        return parseElement(ctx, layout, &record, openName);
+    }
+};
+
+/// Typed entry points of the generic loops.
+template <class R>
+bool parseInto(ParseContext& ctx, const Layout<R>& layout, R& record, const char* openName) noexcept {
+    return parseElement(ctx, layout, &record, openName);
+}
+template <class R>
+void writeRecord(writer::XmlSink& out, const Layout<R>& layout, const R& record) {
+    writeElement(out, layout, &record);
+}
+
+namespace detail {
+
+template <class M>
+struct MemberOf;
+template <class C, class F>
+struct MemberOf<F C::*> {
+    using Record = C;
+    using Field = F;
+};
+template <auto M>
+using FieldOf = typename MemberOf<decltype(M)>::Field;
+
+template <auto M>
+void* fieldOf(void* record) {
+    return &(static_cast<typename MemberOf<decltype(M)>::Record*>(record)->*M);
+}
+
+template <auto M>
+AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
+                  std::int32_t zeroWrittenAs = 0) {
+    return AttrSpec{attributeName45(id), static_cast<int>(id), kind, when, zeroWrittenAs, table, &fieldOf<M>};
+}
+
+template <class C>
+ChildOutcome parseSingle(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName) {
+    C record{};
+    if (!parseElement(ctx, layout, &record, openName)) return ChildOutcome::Failed;
+    *static_cast<C*>(field) = std::move(record);
+    return ChildOutcome::Kept;
+}
+template <class C>
+ChildOutcome parseOptional(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName) {
+    C record{};
+    if (!parseElement(ctx, layout, &record, openName)) return ChildOutcome::Failed;
+    *static_cast<std::optional<C>*>(field) = std::move(record);
+    return ChildOutcome::Kept;
+}
+template <class C>
+ChildOutcome parseRepeated(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName) {
+    C record{};
+    if (!parseElement(ctx, layout, &record, openName)) return ChildOutcome::Failed;
+    try {
+        static_cast<std::vector<C>*>(field)->push_back(std::move(record));
+    } catch (const std::bad_alloc&) {
+        return ChildOutcome::GrowthFailed;
+    }
+    return ChildOutcome::Kept;
+}
+
+void newLineBefore(writer::XmlSink& out);
+
+inline const LayoutBase* chosen(const ChildSpec& spec, const void* record) {
+    if (spec.pick == nullptr) return spec.layout;
+    const int index = spec.pick(record);
+    return index >= 0 && index < spec.alternativeCount ? spec.alternatives[index] : nullptr;
+}
+
+template <class C>
+void writeSingle(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
+    newLineBefore(out);
+    writeElement(out, *spec.layout, field);
+}
+template <class C>
+void writeOptional(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
+    const auto& value = *static_cast<const std::optional<C>*>(field);
+    if (!value) return;
+    const LayoutBase* layout = chosen(spec, &*value);
+    if (layout == nullptr) return;
+    newLineBefore(out);
+    writeElement(out, *layout, &*value);
+}
+template <class C>
+void writeOptionalAlways(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
+    const auto& value = *static_cast<const std::optional<C>*>(field);
+    newLineBefore(out);
+    if (value) {
+        writeElement(out, *spec.layout, &*value);
+    } else {
+        const C empty{};
+        writeElement(out, *spec.layout, &empty);
+    }
+}
+template <class C>
+void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
+    for (const C& record : *static_cast<const std::vector<C>*>(field)) {
+        newLineBefore(out);
+        writeElement(out, *spec.layout, &record);
+    }
+}
+
+inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
+template <class C>
+bool optionalPresent(const ChildSpec& spec, const void* field) {
+    const auto& value = *static_cast<const std::optional<C>*>(field);
+    return value.has_value() && chosen(spec, &*value) != nullptr;
+}
+template <class C>
+bool repeatedPresent(const ChildSpec&, const void* field) {
+    return !static_cast<const std::vector<C>*>(field)->empty();
+}
+
+}  // namespace detail
+
+/// Attribute declarations; see the comment at the top of this file.
+namespace attr {
+
+template <auto M>
+AttrSpec i32(AttrId id, WriteIf when = WriteIf::Always, std::int32_t zeroWrittenAs = 0) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
+    return detail::makeAttr<M>(id, AttrKind::I32, when, nullptr, zeroWrittenAs);
+}
+template <auto M>
+AttrSpec long32(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
+    return detail::makeAttr<M>(id, AttrKind::Long, when);
+}
+template <auto M>
+AttrSpec sector(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::uint32_t>);
+    return detail::makeAttr<M>(id, AttrKind::Sector, when);
+}
+template <auto M>
+AttrSpec hex(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::uint32_t>);
+    return detail::makeAttr<M>(id, AttrKind::Hex, when);
+}
+template <auto M>
+AttrSpec boolean(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int8_t>);
+    return detail::makeAttr<M>(id, AttrKind::Bool, when);
+}
+template <auto M>
+AttrSpec bool3(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int8_t>);
+    return detail::makeAttr<M>(id, AttrKind::Bool3, when);
+}
+template <auto M>
+AttrSpec newUnit(AttrId id) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
+    return detail::makeAttr<M>(id, AttrKind::NewUnit, WriteIf::Always);
+}
+template <auto M>
+AttrSpec text(AttrId id, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<std::string>>);
+    return detail::makeAttr<M>(id, AttrKind::Text, when);
+}
+template <auto M>
+AttrSpec spelled(AttrId id, const EnumTable& table, WriteIf when = WriteIf::Always) {
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
+    return detail::makeAttr<M>(id, AttrKind::Enum, when, &table);
+}
+
+}  // namespace attr
+
+/// Child declarations; see the comment at the top of this file.
+namespace child {
+
+template <auto M>
+ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
+    using C = detail::FieldOf<M>;
+    return ChildSpec{&layout, nullptr, 0, nullptr, Store::Single, 0, &detail::fieldOf<M>,
+                     &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent};
+}
+template <auto M>
+ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
+    using C = typename detail::FieldOf<M>::value_type;
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
+                     &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
+}
+template <auto M>
+ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
+    using C = typename detail::FieldOf<M>::value_type;
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
+                     &detail::parseOptional<C>, &detail::writeOptionalAlways<C>, &detail::alwaysPresent};
+}
+template <auto M>
+ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout, int step = 32) {
+    using C = typename detail::FieldOf<M>::value_type;
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::vector<C>>);
+    return ChildSpec{&layout, nullptr, 0, nullptr, Store::Repeated, step, &detail::fieldOf<M>,
+                     &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>};
+}
+/// An optional child that is any one of `layouts` (all of the field's record
+/// type); `pick` names the one to write, or -1 for none.
+template <auto M, std::size_t N>
+ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const void* childRecord)) {
+    using C = typename detail::FieldOf<M>::value_type;
+    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
+                     &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
+}
+
+}  // namespace child
+
+inline const LayoutBase* ChildSpec::accepts(int number) const noexcept {
+    if (layout != nullptr) return layout->element == number ? layout : nullptr;
+    for (int i = 0; i < alternativeCount; ++i) {
+        if (alternatives[i]->element == number) return alternatives[i];
+    }
+    return nullptr;
+}
+
+}  // namespace model

@@ -1,0 +1,22 @@
+#pragma once
+#include <ctime>
+
+#include "model/records_clients.h"
+#include "writer/sink.h"
+
+// The framing of a 4.5 document around its bridge.
+
+namespace writer {
+
+/// Writes the declaration, the header comment with `when` as local time, and
+/// SANConfig/SANBridgeList around the bridge; no newline after the last line.
+void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t when) noexcept;
+
+/// The document in memory; null bytes and length 0 when there is no root or
+/// nothing could be written.
+OwnedBytes writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept;
+
+/// Writes the bridge element alone, starting at the sink's current position.
+void writeBridge(XmlSink& out, const model::SANBridge& bridge) noexcept;
+
+}  // namespace writer
