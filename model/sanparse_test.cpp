@@ -226,6 +226,7 @@ TEST(Reader45, AllocationFailures) {
     const std::string text =
         R"(<PhysicalDev name="a name long enough to need the heap"><InfoItem name="first item with a long name"/>)"
         R"(<InfoItem name="second"/></PhysicalDev>)";
+    ASSERT_TRUE(parseDev(text).ok);  // builds the name tables outside the failing window
     xml::setLogObserver(&collectLog);
     bool sawRecordMessage = false, sawGrowthLog = false;
     for (long n = 1; n < 200; ++n) {

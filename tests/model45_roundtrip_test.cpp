@@ -115,7 +115,9 @@ TEST_F(RoundTrip45, DocumentedChanges) {
         SCOPED_TRACE(row.rule);
         const std::string out = roundTrip(row.document);
         EXPECT_NE(out.find(row.expected), std::string::npos) << out;
-        if (row.absent != nullptr) EXPECT_EQ(out.find(row.absent), std::string::npos) << out;
+        if (row.absent != nullptr) {
+            EXPECT_EQ(out.find(row.absent), std::string::npos) << out;
+        }
     }
 }
 
