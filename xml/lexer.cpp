@@ -53,6 +53,7 @@ struct Lexer::Impl {
     void readName(TokenSlot& t) noexcept {
         t.markDataStart();
         for (;;) {
+            if (source->buffered()) t.appendRun(source->takeRun(endsName));
             if (endsName(source->peek())) break;
             const int c = source->get();
             if (c == -1) {
@@ -126,6 +127,7 @@ void Lexer::Impl::lex(TokenSlot& t) {
         t.append(source->get());
         t.markDataStart();
         for (;;) {
+            if (source->buffered()) t.appendRun(source->takeRun([delimiter](int c) { return c == delimiter; }));
             const int c = source->peek();
             if (c == -1) {
                 t.type = Tok::Eof;
@@ -163,6 +165,9 @@ bool Lexer::Impl::textOrMarkup(TokenSlot& t) {
     // Character data, white space included: indentation between tags is a token too.
     t.markDataStart();
     do {
+        if (source->buffered()) t.appendRun(source->takeRun([](int b) { return b == '<'; }));
+        c = source->peek();
+        if (c == '<' || c == -1) break;
         t.append(source->get());
         c = source->peek();
     } while (c != '<' && c != -1);

@@ -18,6 +18,7 @@ constexpr const char* kFstatError = "fstat error";
 }  // namespace
 
 std::unique_ptr<Source> Source::openFile(const char* path) {
+    if (!path) return nullptr;
     std::unique_ptr<Source> source(new (std::nothrow) Source);
     if (!source) return nullptr;
     source->path_ = path;

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 namespace xml {
 
@@ -47,6 +48,27 @@ public:
         }
         if (c == '\n') ++line_;
         return c;
+    }
+
+    /// True for a buffer or a mapped file, where runs can be taken at once.
+    bool buffered() const noexcept { return stream_ == nullptr; }
+
+    /// Buffer and mapped sources: takes the bytes up to the first one for which
+    /// `stop` holds, a CR, or the end, counting lines, and returns them. Each is
+    /// what get() would have returned, so callers append the run as a whole.
+    template <typename Stop>
+    std::string_view takeRun(Stop stop) noexcept {
+        const char* const start = cur_;
+        const char* p = cur_;
+        unsigned long lines = 0;
+        for (; p != end_; ++p) {
+            const char c = *p;
+            if (c == '\r' || stop(static_cast<unsigned char>(c))) break;
+            lines += c == '\n';
+        }
+        cur_ = p;
+        line_ += lines;
+        return {start, static_cast<std::size_t>(p - start)};
     }
 
     unsigned long line() const noexcept { return line_; }

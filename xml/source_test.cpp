@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <iterator>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/wait.h>
@@ -97,6 +98,58 @@ TEST(Source, LineEndsInStream) {
         EXPECT_EQ(drain(*source), row.chars);
         EXPECT_EQ(source->line(), row.line);
         source.reset();
+        ::close(readEnd);
+    }
+}
+
+// Every token dumped, with the line it started on, through TOK_EOF.
+std::string dumpAll(Lexer& lexer) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* out = ::open_memstream(&text, &size);
+    for (int i = 0; i < 100000; ++i) {
+        const Token token = lexer.next();
+        std::fprintf(out, "line %lu\n", lexer.line());
+        token.dump(out);
+        if (token.type() == Tok::Eof) break;
+    }
+    std::fclose(out);
+    std::string all(text, size);
+    std::free(text);
+    return all;
+}
+
+// Buffers are lexed in runs, streams character by character: same tokens.
+TEST(Source, StreamAndBufferAgree) {
+    std::ifstream in(std::string(XLATE45_SOURCE_DIR) + "/examples/nimbra40.conf", std::ios::binary);
+    const std::string sample((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    ASSERT_GT(sample.size(), 1000u);
+    std::string crlf;
+    for (const char c : sample) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    std::string loneCr = sample;
+    for (char& c : loneCr) c = c == '\n' ? '\r' : c;
+    loneCr += "x";  // a final CR would never end in a buffer
+    const std::string odd = "<a x=\"1\r\n2\r3\" y=\r\rv\r>\r\rt\r\n<b\rz='q'/></a\r>x";
+    for (const std::string* input : std::initializer_list<const std::string*>{&sample, &crlf, &loneCr, &odd}) {
+        SCOPED_TRACE(input->substr(0, 20));
+        std::unique_ptr<Lexer> buffered = Lexer::onMemory(input->data(), input->size());
+        const std::string expected = dumpAll(*buffered);
+        int readEnd = -1;
+        int fds[2];
+        ASSERT_EQ(::pipe(fds), 0);
+        // Writing first needs the pipe's buffer to hold the document.
+        ASSERT_LT(input->size(), 60000u);
+        ASSERT_EQ(::write(fds[1], input->data(), input->size()), static_cast<ssize_t>(input->size()));
+        ::close(fds[1]);
+        readEnd = fds[0];
+        const std::string path = "/dev/fd/" + std::to_string(readEnd);
+        ::testing::internal::CaptureStderr();
+        std::unique_ptr<Lexer> streamed = Lexer::onFile(path.c_str());
+        ::testing::internal::GetCapturedStderr();
+        ASSERT_TRUE(streamed);
+        EXPECT_FALSE(streamed->mapped());
+        EXPECT_EQ(dumpAll(*streamed), expected);
+        streamed.reset();
         ::close(readEnd);
     }
 }

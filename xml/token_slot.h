@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <string_view>
 
 #include "xml/lexer.h"
 
@@ -72,6 +74,22 @@ struct TokenSlot {
         if (used == capacity && !grow()) return -1;
         storage[used++] = static_cast<char>(c);
         return 0;
+    }
+
+    /// Appends bytes as that many append() calls would: a failed growth loses
+    /// the rest of them.
+    void appendRun(std::string_view run) noexcept {
+        const char* p = run.data();
+        std::size_t n = run.size();
+        while (n != 0) {
+            if (used == capacity && !grow()) return;
+            const std::size_t room = capacity - used;
+            const std::size_t k = n < room ? n : room;
+            std::memcpy(storage + used, p, k);
+            used += static_cast<std::uint32_t>(k);
+            p += k;
+            n -= k;
+        }
     }
 
     /// Stores a NUL after the last byte without counting it.

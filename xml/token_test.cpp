@@ -148,14 +148,5 @@ TEST(Token, ComparePayload) {
     }
 }
 
-TEST(Token, NoTokenIsHarmless) {
-    Token none;
-    EXPECT_FALSE(none);
-    EXPECT_EQ(none.payload(), "");
-    EXPECT_EQ(none.comparePayload("a"), -1);
-    EXPECT_STREQ(none.terminatedPayload(), "");
-    EXPECT_EQ(none.capacity(), 0u);
-}
-
 }  // namespace
 }  // namespace xml
