@@ -1,0 +1,86 @@
+#include "writer/config_file.h"
+
+#include <fcntl.h>
+#include <optional>
+#include <string>
+#include <strings.h>
+
+#include "host/status_block.h"
+#include "model/records.h"
+#include "writer/document.h"
+#include "writer/file_update.h"
+#include "writer/sink.h"
+#include "xml/home.h"
+#include "xml/posix_ops.h"
+
+namespace writer {
+
+namespace {
+
+std::string defaultConfigPath(const model::SANBridge& bridge) {
+    return xml::serverConfigPath(bridge.name ? *bridge.name : std::string());
+}
+
+bool endsWith(const std::string& text, const char* suffix) {
+    const std::string_view tail(suffix);
+    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// The status block has a group for this server and one for its partner; the
+// document's bridge names which one it is.
+host::StatusGroup groupOf(const model::SANBridge& bridge) {
+    const std::string local = xml::hostName();
+    const bool isLocal = bridge.name && ::strcasecmp(bridge.name->c_str(), local.c_str()) == 0;
+    return isLocal ? host::StatusGroup::Local : host::StatusGroup::Partner;
+}
+
+}  // namespace
+
+void writeIndexFile(const model::SANBridge& bridge) noexcept {
+    try {
+        const std::string path = defaultConfigPath(bridge) + ".ndx";
+        const int fd = xml::posixOps().open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        if (fd < 0) return;
+        // Both numbers, in this order, are the file's settled content.
+        const std::string line = std::to_string(bridge.logicalResources.nextVDevID) + "," +
+                                 std::to_string(bridge.properties.snmp.trapLevel) + "\n";
+        static_cast<void>(xml::posixOps().write(fd, line.data(), line.size()));  // an index is a hint
+        static_cast<void>(xml::posixOps().close(fd));
+    } catch (const std::bad_alloc&) {
+        // no index: readers fall back to the document itself
+    }
+}
+
+int writeDocumentToFile(const char* path, const model::SANBridge* bridge, std::time_t when, int pid) noexcept {
+    if (bridge == nullptr) return -1;
+    try {
+        const std::string target = path != nullptr ? std::string(path) : defaultConfigPath(*bridge);
+        std::unique_ptr<FileUpdate> update = FileUpdate::open(target.c_str(), pid);
+        if (!update) return -1;
+        {
+            XmlSink out = XmlSink::toStream(update->stream());
+            writeDocument(out, *bridge, when);
+            out.flush();
+        }
+        writeIndexFile(*bridge);
+
+        // The running server learns the new instance; put back if the file is not replaced.
+        std::optional<std::int32_t> previous;
+        bool instanceSet = false;
+        host::StatusGroup group = host::StatusGroup::Local;
+        if (endsWith(target, "nimbra.conf")) {
+            group = groupOf(*bridge);
+            previous = host::readConfigInstance(group);
+            if (previous) instanceSet = host::setConfigInstance(group, bridge->instance);
+        }
+        const int result = update->commit(true);
+        if (result != 0 && previous && *previous >= 0 && instanceSet) {
+            static_cast<void>(host::setConfigInstance(group, *previous));
+        }
+        return result;
+    } catch (const std::bad_alloc&) {
+        return -1;
+    }
+}
+
+}  // namespace writer
