@@ -1,6 +1,7 @@
 // Partner paths, device ownership and server directories over documents written
 // into a temporary home.
-#include "model/server_dirs.h"
+#include "writer/server_dirs.h"
+#include "model/lookup.h"
 
 #include <filesystem>
 #include <fstream>
@@ -11,8 +12,10 @@
 #include "tests/support/temporary_home.h"
 #include "xml/home.h"
 
-namespace model {
+namespace writer {
 namespace {
+
+using namespace model;
 
 namespace fs = std::filesystem;
 
@@ -279,4 +282,4 @@ TEST_F(ServerDirs, MissingDocumentsGiveTheLocalDirectory) {
 }
 
 }  // namespace
-}  // namespace model
+}  // namespace writer

@@ -1,4 +1,6 @@
-#include "model/server_dirs.h"
+#include "writer/server_dirs.h"
+
+#include "model/lookup.h"
 
 #include <cstdio>
 #include <cstring>
@@ -9,7 +11,9 @@
 #include "xml/attr_readers.h"
 #include "xml/home.h"
 
-namespace model {
+namespace writer {
+
+using namespace model;
 
 namespace {
 
@@ -118,26 +122,6 @@ bool belongsTo(const SANBridge& bridge, const char* nameOrAddress) {
 
 }  // namespace
 
-const VirtualDev* findVirtualDev(const SANBridge& bridge, std::int32_t id) noexcept {
-    const LogicalResources& logical = bridge.logicalResources;
-    const std::vector<VirtualDev>* const lists[] = {
-        &logical.sanResources.items,       &logical.nasResources.items,   &logical.replicaResources.items,
-        &logical.snapshotResources.items,  &logical.cacheResources.items, &logical.adaptiveResources.items,
-        &logical.fastlaneResources.items,  &logical.bmrResources.items,
-    };
-    for (const std::vector<VirtualDev>* list : lists) {
-        for (const VirtualDev& dev : *list) {
-            if (dev.id == id) return &dev;
-        }
-    }
-    if (logical.systemResources.copyManagerResources) {
-        for (const VirtualDev& dev : logical.systemResources.copyManagerResources->items) {
-            if (dev.id == id) return &dev;
-        }
-    }
-    if (logical.virtualDev && logical.virtualDev->id == id) return &*logical.virtualDev;
-    return nullptr;
-}
 
 std::string partnerConfigPath() noexcept {
     const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath());
@@ -185,4 +169,4 @@ std::string configDirectoryForServer(const char* nameOrAddress) noexcept {
     return xml::localDirectory();
 }
 
-}  // namespace model
+}  // namespace writer

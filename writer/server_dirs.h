@@ -23,12 +23,8 @@
 // - The index number is read as "%d" on 32-bit integers: out-of-range values saturate.
 // - Ownership ranges are computed with 32-bit wrap-around, so a base near the top owns nothing above it.
 
-namespace model {
+namespace writer {
 
-/// The first virtual device numbered `id` in any list of the bridge's logical
-/// resources (CopyManagerResources and the single VirtualDev included); null
-/// when there is none. Borrowed from `bridge`.
-const VirtualDev* findVirtualDev(const SANBridge& bridge, std::int32_t id) noexcept;
 
 /// home/etc/<partner>/nimbra.conf, the partner named by the local document's
 /// failover record; empty when the local document cannot be read or names no
@@ -58,4 +54,4 @@ std::string statusPathForDevice(std::int32_t device) noexcept;
 /// directory when none does or the name is null.
 std::string configDirectoryForServer(const char* nameOrAddress) noexcept;
 
-}  // namespace model
+}  // namespace writer
