@@ -1,12 +1,11 @@
 #include "writer/server_dirs.h"
 
-#include "model/lookup.h"
-
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
 
+#include "model/lookup.h"
 #include "model/sanparse.h"
 #include "xml/attr_readers.h"
 #include "xml/home.h"
