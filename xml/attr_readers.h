@@ -27,5 +27,8 @@ std::int32_t strtol32(const char* text, int base) noexcept;
 /// sscanf "%lu" into a 32-bit unsigned long: "-1" gives 4294967295, overflow
 /// saturates; `matched` is false when no number was found (value then 0).
 std::uint32_t scanUnsignedLong32(const char* text, bool* matched = nullptr) noexcept;
+/// sscanf "%u" (base 10) or "%x" (base 16, optional "0x") into a 32-bit unsigned
+/// int, with the same rules as scanUnsignedLong32.
+std::uint32_t scanUnsigned32(const char* text, int base, bool* matched = nullptr) noexcept;
 
 }  // namespace xml

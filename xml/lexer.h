@@ -39,14 +39,15 @@ enum class LexState : int { Prolog = 0, InTag = 2, AfterAttrName = 3, AfterEqual
 class Lexer;
 struct TokenSlot;
 
-/// One token, borrowed from the lexer that produced it. Its text stays valid
-/// until the lexer has produced two more tokens (the stream's look-ahead needs
-/// one); whatever is kept longer is copied. A default-constructed Token is
-/// "no token" (what the C interface returned as null).
+/// One token, borrowed from the lexer that produced it. It stays valid until the
+/// lexer has produced three more tokens (enough for an attribute name, its "="
+/// and its value, or a peeked token and two more); whatever is kept longer is
+/// copied. Builds with assertions enabled abort on a stale token. A
+/// default-constructed Token is "no token" (what the C interface returned as null).
 class Token {
 public:
     Token() = default;
-    explicit Token(TokenSlot* slot) noexcept : slot_(slot) {}
+    explicit Token(TokenSlot* slot) noexcept;
     explicit operator bool() const noexcept { return slot_ != nullptr; }
 
     Tok type() const noexcept;
@@ -55,7 +56,8 @@ public:
     std::string_view payload() const noexcept;
     /// Every character the lexer consumed for this token, in order.
     std::string_view accumulated() const noexcept;
-    /// The payload as a C string: stops at an embedded NUL, "" when empty.
+    /// The payload as a C string: stops at an embedded NUL, "" when empty. Stores
+    /// the NUL in place, over the next raw character (a closing quote, say).
     const char* terminatedPayload() noexcept;
     /// The payload as a new string, up to an embedded NUL; an AttValue has its
     /// entity references decoded (reporting unknown ones on stderr).
@@ -69,7 +71,9 @@ public:
     void dump(std::FILE* out) const;
 
 private:
+    const TokenSlot* live() const noexcept;
     TokenSlot* slot_ = nullptr;
+    std::uint32_t generation_ = 0;
 };
 
 /// Prints the dump of a missing token ("NULL TOKEN!").
@@ -91,7 +95,7 @@ public:
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
 
-    /// The next token; no token only when even that could not be had.
+    /// The next token. Tokens live in slots the lexer owns, so there is always one.
     Token next();
 
     unsigned long line() const noexcept;        // line at which the current token started
@@ -100,6 +104,8 @@ public:
     int depth() const noexcept;
     const char* errorText() const noexcept;     // "0 error" until a TOK_LEX_ERROR
     bool mapped() const noexcept;               // file read through a memory mapping
+    /// Largest accumulator capacity a token may reach (1 GiB; tests lower it).
+    void setAccumulatorLimit(std::uint32_t bytes) noexcept;
 
 private:
     Lexer();

@@ -13,10 +13,14 @@ std::uint32_t nameHash(std::string_view name) noexcept;
 /// of a name already present; several names may share a number.
 class NameTable {
 public:
+    /// Throws std::bad_alloc when the buckets can't be had (a bucket count of 0 counts as 1).
     explicit NameTable(std::uint32_t bucketCount);
+    ~NameTable();
+    NameTable(NameTable&&) noexcept;
+    NameTable& operator=(NameTable&&) noexcept;
     /// Adds or replaces. On allocation failure sets error() and the name is missing.
     void insert(int number, std::string_view name) noexcept;
-    /// The name's number, or -1 (also for a null name).
+    /// The name's number, or -1 (also for a null name). A NUL ends a name.
     int lookup(const char* name) const noexcept;
     int lookup(std::string_view name) const noexcept;
     bool error() const noexcept { return error_; }

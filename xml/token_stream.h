@@ -26,7 +26,8 @@ public:
     bool failed() const noexcept { return error_ != nullptr; }
     const char* error() const noexcept { return error_; }
 
-    /// "\nline %lu : %s" on stderr when the lexer flagged an error.
+    /// "\nline %lu : %s" on stderr with the lexer's line and error text ("0 error"
+    /// until the lexer flagged a tag).
     void reportPosition() const;
 
     Lexer& lexer() noexcept { return *lexer_; }

@@ -1,0 +1,363 @@
+#include "xml/lexer.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace xml {
+namespace {
+
+// Short names for the sequences below; spelled here rather than taken from
+// tokenTypeName, which has its own test.
+std::string shortName(Tok type) {
+    switch (type) {
+    case Tok::XmlDec: return "XmlDec";
+    case Tok::StartTag: return "Start";
+    case Tok::StartTagOpen: return "Open";
+    case Tok::Attribute: return "Attr";
+    case Tok::Equal: return "Eq";
+    case Tok::AttValue: return "Value";
+    case Tok::StartTagClose: return "Close";
+    case Tok::EmptyTagClose: return "EmptyClose";
+    case Tok::Content: return "Content";
+    case Tok::EndTag: return "End";
+    case Tok::EmptyTag: return "Empty";
+    case Tok::PI: return "PI";
+    case Tok::Comment: return "Comment";
+    case Tok::CData: return "CData";
+    case Tok::Doctype: return "Doctype";
+    case Tok::Unknown: return "Unknown";
+    case Tok::Eof: return "Eof";
+    case Tok::LexError: return "LexError";
+    case Tok::MemoryError: return "MemError";
+    }
+    return "?";
+}
+
+// "Open[a] Attr[x] Eq Value[1] EmptyClose Eof": each token with its payload when
+// it has one, through the first TOK_EOF (at most 50 tokens).
+std::string sequence(Lexer& lexer) {
+    std::string out;
+    for (int i = 0; i < 50; ++i) {
+        const Token token = lexer.next();
+        if (!out.empty()) out += ' ';
+        out += shortName(token.type());
+        if (!token.payload().empty()) {
+            out += '[';
+            for (const char c : token.payload()) out += c == '\n' ? std::string("\\n") : std::string(1, c);
+            out += ']';
+        }
+        if (token.type() == Tok::Eof) return out;
+    }
+    return out + " ...";
+}
+
+// The lexer borrows the text: pass something that outlives it.
+std::unique_ptr<Lexer> lexerOn(std::string_view text) { return Lexer::onMemory(text.data(), text.size()); }
+
+struct SequenceRow {
+    const char* input;
+    const char* tokens;
+    LexState endState;
+    int endDepth;
+};
+
+TEST(Lexer, Constructs) {
+    const SequenceRow rows[] = {
+        // tags
+        {R"(<a x="1"/>)", "Open[a] Attr[x] Eq Value[1] EmptyClose Eof", LexState::Prolog, 0},
+        {"<a>", "Start[a] Eof", LexState::Content, 1},
+        {"<a/>", "Empty[a] Eof", LexState::Content, 0},  // Content even at depth 0
+        {"</a >", "End[a] Eof", LexState::Content, -1},  // depth is not kept from going below 0
+        {"<a><b/></a>", "Start[a] Empty[b] End[a] Eof", LexState::Prolog, 0},
+        {R"(<a x="1">t</a>)", "Open[a] Attr[x] Eq Value[1] Close Content[t] End[a] Eof", LexState::Prolog, 0},
+        {"<a x = \"5\" \n y='6' >", "Open[a] Attr[x] Eq Value[5] Attr[y] Eq Value[6] Close Eof",
+         LexState::Content, 1},
+        {"<a x=|abc|>", "Open[a] Attr[x] Eq Value[abc] Close Eof", LexState::Content, 1},  // any delimiter
+        {"<a x=\"\">", "Open[a] Attr[x] Eq Value Close Eof", LexState::Content, 1},
+        {"<a x='<b>'>", "Open[a] Attr[x] Eq Value[<b>] Close Eof", LexState::Content, 1},
+        {"<a =\"v\">", "Open[a] Attr Eq Value[v] Close Eof", LexState::Content, 1},  // empty name
+        {"<>", "Start Eof", LexState::Content, 1},
+        {"</ab/x>", "End[ab] Eof", LexState::Content, -1},  // after the name is not checked
+        // an attribute without "=": the rest of the tag is skipped, depth as if it closed
+        {R"(<a x y="1">t</a>)", "Open[a] Attr[x] LexError Content[t] End[a] Eof", LexState::Prolog, 0},
+        {"<a b>", "Open[a] Attr[b] LexError Eof", LexState::Content, 1},  // ">" alone: not "/"
+        {"<a b/>", "Open[a] Attr[b] LexError Eof", LexState::Prolog, 0},
+        {"<a b c/>", "Open[a] Attr[b] LexError Eof", LexState::Prolog, 0},
+        // character data: outside elements TOK_UNKNOWN, white space kept
+        {"hi<a>\n  <b/>x</a>", "Unknown[hi] Start[a] Content[\\n  ] Empty[b] Content[x] End[a] Eof",
+         LexState::Prolog, 0},
+        {"<a><<b>", "Start[a] Content Start[b] Eof", LexState::Content, 2},  // "<" alone
+        {"<<a>", "Unknown Start[a] Eof", LexState::Content, 1},
+        // declarations
+        {"<!-- a > b -->", "Comment Unknown[ b -->] Eof", LexState::Prolog, 0},  // ends at the first ">"
+        {"<!---->", "Comment Eof", LexState::Prolog, 0},
+        {"<!>", "Comment Eof", LexState::Prolog, 0},
+        {"<![CDATA[x]>y]]>", "CData Eof", LexState::Prolog, 0},
+        {"<![CDATA[]]>", "CData Eof", LexState::Prolog, 0},
+        {"<![CDATA[>", "Comment Eof", LexState::Prolog, 0},  // ">" within the first 8
+        {"<!DOCTYPE r [ <!ENTITY e \"v\"> ]>", "Doctype Eof", LexState::Prolog, 0},
+        {"<!DOCTYPE\nr>", "Doctype Eof", LexState::Prolog, 0},
+        {"<!DOCTYPEx>", "Comment Unknown[>] Eof", LexState::Prolog, 0},  // 10 characters only
+        {"<!doctype r>", "Comment Eof", LexState::Prolog, 0},
+        {R"(<?xml version="1.0"?>)", "XmlDec Eof", LexState::Prolog, 0},
+        {"<?xml\tv?>", "XmlDec Eof", LexState::Prolog, 0},
+        {R"(<?xml-stylesheet href="s"?>)", "PI Eof", LexState::Prolog, 0},
+        {"<?XML v?>", "PI Eof", LexState::Prolog, 0},
+        {"<?xml?>", "PI Eof", LexState::Prolog, 0},
+        {"<?a?>", "PI Eof", LexState::Prolog, 0},
+        // end of input inside every construct
+        {"", "Eof", LexState::Prolog, 0},
+        {"<a", "Open[a] Eof", LexState::AfterAttrName, 0},  // the name ends in EOF, then the peek
+        {"<", "Open Eof", LexState::AfterAttrName, 0},
+        {"<a x", "Open[a] Eof[x]", LexState::AfterAttrName, 0},
+        {"<a x=", "Open[a] Attr[x] Eq Eof", LexState::InTag, 0},
+        {"<a x=\"1", "Open[a] Attr[x] Eq Eof", LexState::InTag, 0},
+        {"<a x /", "Open[a] Attr[x] Eof", LexState::AfterAttrName, 0},  // the TOK_LEX_ERROR ends in EOF
+        {"<a x=\"1\" /", "Open[a] Attr[x] Eq Value[1] Eof", LexState::Prolog, 0},
+        {"<a/", "Eof[a]", LexState::Content, 0},
+        {"</a", "Eof[a]", LexState::Content, -1},
+        {"<!-- x", "Eof", LexState::Prolog, 0},
+        {"<!-", "Eof", LexState::Prolog, 0},
+        {"<![CDATA[x]]", "Eof", LexState::Prolog, 0},
+        {"<!DOCTYPE r [ >", "Eof", LexState::Prolog, 0},  // ">" inside the subset
+        {"<?xm", "Eof", LexState::Prolog, 0},
+        {"<?xml v", "Eof", LexState::Prolog, 0},
+        {"<a>text", "Start[a] Content[text] Eof", LexState::Content, 1},
+    };
+    for (const SequenceRow& row : rows) {
+        SCOPED_TRACE(row.input);
+        std::unique_ptr<Lexer> lexer = lexerOn(row.input);
+        ASSERT_TRUE(lexer);
+        EXPECT_EQ(sequence(*lexer), row.tokens);
+        EXPECT_EQ(lexer->state(), row.endState);
+        EXPECT_EQ(lexer->depth(), row.endDepth);
+    }
+}
+
+// After EOF inside a tag, asking again keeps answering TOK_EOF.
+TEST(Lexer, EofRepeats) {
+    for (const char* input : {"<a", "<a x=\"", "", "<!--", "<a b"}) {
+        SCOPED_TRACE(input);
+        std::unique_ptr<Lexer> lexer = lexerOn(input);
+        sequence(*lexer);
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(lexer->next().type(), Tok::Eof);
+    }
+}
+
+TEST(Lexer, TokenKeepsWhatWasConsumed) {
+    struct Row {
+        const char* input;
+        const char* accumulated;  // of the first token
+    };
+    const Row rows[] = {
+        {R"(<a  x="1">)", "<a"},        // white space after the name is dropped
+        {"<!-- c -->x", "<!-- c -->"},
+        {"<![CDATA[a]]>", "<![CDATA[a]]>"},
+        {"<!DOCTYPE r [<!X>]>x", "<!DOCTYPE r [<!X>]>"},
+        {"<?xml v?>", "<?xml v?>"},
+        {"</a >", "</a >"},
+        {"<a b>", "<a"},
+        {"a\r\nb<", "a\nb"},            // the lexer only ever sees LF
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.input);
+        std::unique_ptr<Lexer> lexer = lexerOn(row.input);
+        EXPECT_EQ(lexer->next().accumulated(), row.accumulated);
+    }
+    // The value token holds both delimiters, the "=" token the "=", the close the "/>".
+    std::unique_ptr<Lexer> lexer = lexerOn("<a x = 'v' />");
+    lexer->next();
+    lexer->next();
+    EXPECT_EQ(lexer->next().accumulated(), "=");
+    EXPECT_EQ(lexer->next().accumulated(), "'v'");
+    EXPECT_EQ(lexer->next().accumulated(), "/>");
+}
+
+// Every token with the line it started on, and the state and depth after it.
+TEST(Lexer, LinesStatesAndDepth) {
+    struct Row {
+        Tok type;
+        const char* payload;
+        unsigned long line;
+        LexState state;
+        int depth;
+    };
+    const std::string input = "<?xml v?>\r\n<a\r x='1'>\r<b/>\n<!--\n-->\n</a>\r\n";
+    const Row rows[] = {
+        {Tok::XmlDec, "", 1, LexState::Prolog, 0},
+        {Tok::Unknown, "\n", 1, LexState::Prolog, 0},
+        {Tok::StartTagOpen, "a", 2, LexState::InTag, 0},
+        {Tok::Attribute, "x", 3, LexState::AfterAttrName, 0},  // the CR went with the name
+        {Tok::Equal, "", 3, LexState::AfterEqual, 0},
+        {Tok::AttValue, "1", 3, LexState::InTag, 0},
+        {Tok::StartTagClose, "", 3, LexState::Content, 1},
+        {Tok::Content, "\n", 3, LexState::Content, 1},
+        {Tok::EmptyTag, "b", 4, LexState::Content, 1},
+        {Tok::Content, "\n", 4, LexState::Content, 1},
+        {Tok::Comment, "", 5, LexState::Content, 1},
+        {Tok::Content, "\n", 6, LexState::Content, 1},
+        {Tok::EndTag, "a", 7, LexState::Prolog, 0},
+        {Tok::Unknown, "\n", 7, LexState::Prolog, 0},
+        {Tok::Eof, "", 8, LexState::Prolog, 0},
+    };
+    std::unique_ptr<Lexer> lexer = lexerOn(input);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(shortName(row.type) + " " + row.payload);
+        const Token token = lexer->next();
+        EXPECT_EQ(token.type(), row.type);
+        EXPECT_EQ(token.payload(), row.payload);
+        EXPECT_EQ(lexer->line(), row.line);
+        EXPECT_EQ(lexer->state(), row.state);
+        EXPECT_EQ(lexer->depth(), row.depth);
+    }
+    EXPECT_EQ(lexer->sourceLine(), 8u);
+}
+
+TEST(Lexer, ErrorText) {
+    std::unique_ptr<Lexer> lexer = lexerOn("<a x y='1'><b z/>");
+    EXPECT_STREQ(lexer->errorText(), "0 error");
+    sequence(*lexer);
+    EXPECT_STREQ(lexer->errorText(), "expect '=' follows attribute with tag");
+}
+
+TEST(Lexer, ReportLexError) {
+    std::unique_ptr<Lexer> lexer = lexerOn("\n\n<a>");
+    lexer->next();
+    lexer->next();
+    ::testing::internal::CaptureStderr();
+    reportLexError(lexer.get(), "Can't allocate new token");
+    reportLexError(nullptr, "Can't allocate new token");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "XML lex error at line 3: Can't allocate new token\n"
+              "XML lex error Can't allocate new token\n");
+}
+
+// A token borrows a slot of the lexer: it must read right while three newer
+// tokens are lexed, whatever their size.
+TEST(Lexer, TokenOutlivesThreeMore) {
+    const std::string longValue(5000, 'v');
+    const std::string input = "<element name='" + longValue + "' other=\"2\">";
+    std::unique_ptr<Lexer> lexer = lexerOn(input);
+    const Token open = lexer->next();
+    Token name = lexer->next();
+    lexer->next();
+    const Token value = lexer->next();
+    EXPECT_EQ(open.payload(), "element");
+    EXPECT_EQ(name.payload(), "name");
+    EXPECT_EQ(value.payload(), longValue);
+    EXPECT_STREQ(name.terminatedPayload(), "name");
+    lexer->next();  // "other"
+    lexer->next();  // "="
+    EXPECT_EQ(value.payload(), longValue);
+}
+
+#ifndef NDEBUG
+TEST(LexerDeathTest, StaleTokenIsCaught) {
+    std::unique_ptr<Lexer> lexer = lexerOn("<a><b><c><d><e>");
+    const Token first = lexer->next();
+    for (int i = 0; i < 4; ++i) lexer->next();
+    EXPECT_DEATH(static_cast<void>(first.payload()), "generation");
+}
+#endif
+
+// Capacity follows the 16-byte, doubling accumulator, and the closing NUL of a
+// full one makes it grow once more.
+TEST(Lexer, CapacityOfTheDump) {
+    struct Row {
+        std::string input;
+        std::uint32_t capacity;
+    };
+    const Row rows[] = {
+        {"<a>", 16},
+        {std::string(15, 't') + "<", 16},
+        {std::string(16, 't') + "<", 32},  // full: the NUL needs room
+        {std::string(17, 't') + "<", 32},
+        {std::string(100, 't'), 128},
+        {"<!-- " + std::string(20, 'c') + " -->", 32},
+        {"", 0},                           // TOK_EOF with nothing consumed
+        {"<a x=\"" + std::string(14, 'v'), 16},  // EOF in a value: returned without its NUL
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.input);
+        std::unique_ptr<Lexer> lexer = lexerOn(row.input);
+        Token token = lexer->next();
+        if (token.type() == Tok::StartTagOpen) {
+            lexer->next();
+            lexer->next();
+            token = lexer->next();
+        }
+        EXPECT_EQ(token.capacity(), row.capacity);
+    }
+}
+
+// An accumulator can't pass its limit; that token becomes TOK_MEMORY_ERROR and
+// lexing goes on with the next one.
+TEST(Lexer, AccumulatorLimit) {
+    const std::string input = "<a>" + std::string(100, 't') + "<b x='" + std::string(100, 'v') + "'/>";
+    std::unique_ptr<Lexer> lexer = lexerOn(input);
+    lexer->setAccumulatorLimit(64);
+    EXPECT_EQ(lexer->next().type(), Tok::StartTag);
+    const Token text = lexer->next();
+    EXPECT_EQ(text.type(), Tok::MemoryError);
+    EXPECT_EQ(text.capacity(), 64u);
+    EXPECT_EQ(text.payload(), std::string(64, 't'));
+    EXPECT_EQ(sequence(*lexer), "Open[b] Attr[x] Eq MemError[" + std::string(63, 'v') + "] EmptyClose Eof");
+}
+
+TEST(Lexer, DumpFormat) {
+    std::unique_ptr<Lexer> lexer = lexerOn("<a x='&lt;1'/>");
+    lexer->next();
+    lexer->next();
+    lexer->next();
+    Token value = lexer->next();
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* out = ::open_memstream(&text, &size);
+    value.dump(out);
+    dumpToken(Token(), out);
+    value.terminatedPayload();  // its NUL lands on the closing quote
+    dumpToken(value, out);
+    std::fclose(out);
+    EXPECT_EQ(std::string(text, size),
+              "=============================\n"
+              "Token Type: TOK_ATTVALUE\n"
+              "Data size: 5 Accum size: 16\n"
+              "Data: [<1]\n"
+              "Accumulator:\n"
+              "['&lt;1']\n"
+              "=============================\n"
+              "NULL TOKEN!\n"
+              "=============================\n"
+              "Token Type: TOK_ATTVALUE\n"
+              "Data size: 5 Accum size: 16\n"
+              "Data: [<1]\n"
+              "Accumulator:\n"
+              "['&lt;1]\n");
+    std::free(text);
+}
+
+TEST(Lexer, TypeNames) {
+    struct Row {
+        int type;
+        const char* name;
+    };
+    const Row rows[] = {
+        {9, "Invalid Token"},          {10, "TOK_XML_DEC"},        {11, "TOK_START_TAG"},
+        {12, "TOK_START_TAG_OPEN"},    {13, "TOK_ATTRIBUTE"},      {14, "TOK_EQUAL"},
+        {15, "TOK_ATTVALUE"},          {16, "TOK_START_TAG_CLOSE"}, {17, "TOK_EMPTY_TAG_CLOSE"},
+        {18, "TOK_CONTENT"},           {19, "TOK_END_TAG"},        {20, "TOK_EMPTY_TAG"},
+        {21, "TOK_PI"},                {22, "TOK_COMMENT"},        {23, "TOK_CDATA"},
+        {24, "TOK_DOCTYPE"},           {25, "TOK_UNKNOWN"},        {26, "TOK_EOF"},
+        {27, "TOK_LEX_ERROR"},         {28, "TOK_MEMORY_ERROR"},   {29, "Invalid Token"},
+        {-1, "Invalid Token"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.type);
+        EXPECT_STREQ(tokenTypeName(row.type), row.name);
+    }
+}
+
+}  // namespace
+}  // namespace xml

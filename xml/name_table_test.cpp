@@ -1,0 +1,128 @@
+#include "xml/name_table.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <new>
+#include <string>
+
+// A test-only allocator that fails the Nth allocation from when it is armed.
+namespace {
+long allocationsUntilFailure = -1;  // -1: never fail
+
+void* allocate(std::size_t size) {
+    if (allocationsUntilFailure == 0) {
+        allocationsUntilFailure = -1;
+        throw std::bad_alloc();
+    }
+    if (allocationsUntilFailure > 0) --allocationsUntilFailure;
+    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+    throw std::bad_alloc();
+}
+}  // namespace
+
+// Every form the library uses goes through `allocate`, so deletes always match.
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+
+namespace xml {
+namespace {
+
+TEST(NameTable, Hash) {
+    struct Row {
+        std::string_view name;
+        std::uint32_t hash;
+    };
+    const Row rows[] = {
+        {"", 0},
+        {"a", 97},
+        {"ab", 97 * 9 + 98},
+        {"\xff", 255},                               // bytes are unsigned
+        {std::string_view("ab\0cd", 5), 97 * 9 + 98}, // a NUL ends the name
+        {"zzzzzzzzzzzz", 3493200728u},               // wraps round at 32 bits
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.name));
+        EXPECT_EQ(nameHash(row.name), row.hash);
+    }
+}
+
+TEST(NameTable, Lookup) {
+    NameTable table(523);
+    table.insert(208, "name");
+    table.insert(1104, "BMR");
+    table.insert(1104, "Linux");  // deliberately two names share one number
+    table.insert(5, "PhysicalResource");
+    table.insert(5, "PhysicalResources");
+    table.insert(1032, "Any IP Failed");
+    table.insert(210, "type");
+    table.insert(211, "type");    // a second registration replaces the number
+    struct Row {
+        const char* name;
+        int number;
+    };
+    const Row rows[] = {
+        {"name", 208},  {"Name", -1},   {"nam", -1},  {"names", -1},  {"", -1},
+        {"BMR", 1104},  {"Linux", 1104}, {"PhysicalResource", 5}, {"PhysicalResources", 5},
+        {"Any IP Failed", 1032}, {"Any", -1}, {"type", 211},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(table.lookup(row.name), row.number);
+        EXPECT_EQ(table.lookup(std::string_view(row.name)), row.number);
+    }
+    EXPECT_EQ(table.lookup(static_cast<const char*>(nullptr)), -1);
+    EXPECT_EQ(table.lookup(std::string_view("name\0x", 6)), 208);
+    EXPECT_FALSE(table.error());
+}
+
+// With one bucket every name shares a chain: replacing and finding still work.
+TEST(NameTable, SharedChain) {
+    NameTable table(1);
+    for (int i = 0; i < 1000; ++i) table.insert(i, "n" + std::to_string(i));
+    table.insert(-5, "n500");
+    EXPECT_EQ(table.lookup("n0"), 0);
+    EXPECT_EQ(table.lookup("n999"), 999);
+    EXPECT_EQ(table.lookup("n500"), -5);
+    EXPECT_EQ(table.lookup("n1000"), -1);
+    EXPECT_EQ(NameTable(0).lookup("x"), -1);  // no buckets counts as one
+}
+
+TEST(NameTable, EmptyNameIsAName) {
+    NameTable table(293);
+    EXPECT_EQ(table.lookup(""), -1);
+    table.insert(3, "");
+    EXPECT_EQ(table.lookup(""), 3);
+}
+
+TEST(NameTable, AllocationFailureSetsErrorAndLeavesNameOut) {
+    for (long failAt : {0L, 1L}) {  // the entry, then the copy of a long name
+        SCOPED_TRACE(failAt);
+        NameTable table(523);
+        table.insert(1, "kept");
+        allocationsUntilFailure = failAt;
+        table.insert(2, "a name too long for the small-string buffer");
+        allocationsUntilFailure = -1;
+        EXPECT_TRUE(table.error());
+        EXPECT_EQ(table.lookup("a name too long for the small-string buffer"), -1);
+        EXPECT_EQ(table.lookup("kept"), 1);
+        table.insert(3, "later");  // the table stays usable
+        EXPECT_EQ(table.lookup("later"), 3);
+    }
+}
+
+}  // namespace
+}  // namespace xml

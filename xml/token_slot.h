@@ -1,0 +1,95 @@
+#pragma once
+#include <cstdint>
+#include <cstdlib>
+
+#include "xml/lexer.h"
+
+namespace xml {
+
+/// Largest accumulator a token may have. Growing beyond it fails like an
+/// allocation failure, so a runaway token (a buffer ending in a lone CR) can't
+/// exhaust the machine; on the 32-bit platform the address space ends sooner.
+constexpr std::uint32_t kAccumulatorLimit = 1u << 30;
+
+/// The storage behind a Token: the characters the lexer consumed for it and the
+/// payload slice. The lexer reuses a few slots in turn, so the buffer outlives
+/// the token and is allocated only when a token is longer than any before it.
+///
+/// `capacity` is what a token-owned accumulator would have allocated (16 bytes on
+/// the first character, doubling when full); the token dump prints it, so it is
+/// kept exactly even though `storage` is shared by successive tokens.
+struct TokenSlot {
+    Tok type = Tok::Unknown;
+    std::uint32_t generation = 0;  // bumped on reuse, so stale Tokens can be caught
+    std::uint32_t used = 0;        // bytes appended
+    std::uint32_t capacity = 0;    // 0: no accumulator yet
+    std::uint32_t dataStart = 0;
+    std::uint32_t dataLength = 0;
+    bool hasData = false;
+    std::uint32_t limit = kAccumulatorLimit;
+    char* storage = nullptr;       // at least capacity + 1 bytes once capacity > 0
+    std::size_t storageSize = 0;
+
+    TokenSlot() = default;
+    TokenSlot(const TokenSlot&) = delete;
+    TokenSlot& operator=(const TokenSlot&) = delete;
+    ~TokenSlot() { std::free(storage); }
+
+    void reset() noexcept {
+        type = Tok::Unknown;
+        ++generation;
+        used = capacity = dataStart = dataLength = 0;
+        hasData = false;
+    }
+
+    /// Doubles the capacity (16 at first). False, with the type TOK_MEMORY_ERROR,
+    /// when that would pass the limit or the storage can't grow.
+    bool grow() noexcept {
+        const std::uint64_t wanted = capacity == 0 ? 16 : std::uint64_t{capacity} * 2;
+        if (wanted > limit) {
+            type = Tok::MemoryError;
+            return false;
+        }
+        if (wanted + 1 > storageSize) {  // + 1: room for the terminating NUL when full
+            void* bigger = std::realloc(storage, wanted + 1);
+            if (!bigger) {
+                type = Tok::MemoryError;
+                return false;
+            }
+            storage = static_cast<char*>(bigger);
+            storageSize = wanted + 1;
+        }
+        if (capacity == 0) {
+            dataStart = dataLength = 0;
+            hasData = false;
+        }
+        capacity = static_cast<std::uint32_t>(wanted);
+        return true;
+    }
+
+    /// Appends one byte; -1 when the accumulator could not grow (the byte is lost).
+    int append(int c) noexcept {
+        if (used == capacity && !grow()) return -1;
+        storage[used++] = static_cast<char>(c);
+        return 0;
+    }
+
+    /// Stores a NUL after the last byte without counting it.
+    void terminate() noexcept {
+        if (capacity == 0) return;
+        if (used == capacity && !grow()) return;
+        storage[used] = '\0';
+    }
+
+    void markDataStart() noexcept {
+        if (capacity == 0 && !grow()) return;
+        dataStart = used;
+        hasData = true;
+    }
+
+    void markDataEnd() noexcept {
+        if (capacity != 0 && hasData) dataLength = used - dataStart;
+    }
+};
+
+}  // namespace xml
