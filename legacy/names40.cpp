@@ -102,52 +102,60 @@ const Name kAttributes40[] = {
 
 // The 4.0 element list. "PhysicalResource" and "PhysicalResources" are one element;
 // SANConfig and SANBridgeList are deliberately absent (passed over as unknown).
-const Name kElements40[] = {
-    {0, "SCSIAddress"}, {1, "Geometry"}, {2, "InfoItem"}, {3, "PhysicalDev"},
-    {4, "PhysicalAdapter"}, {5, "PhysicalResource"}, {5, "PhysicalResources"}, {6, "PDevSection"},
-    {7, "VirtualDev"}, {8, "SANResources"}, {9, "VirtualDevConnection"}, {10, "VirtualAdapter"},
-    {11, "SANClient"}, {12, "SANClientList"}, {13, "SANBridgeInfo"}, {14, "SANBridge"},
-    {15, "InquiryString"}, {16, "Comments"}, {17, "LocalDataSet"}, {18, "RemoteDataSet"},
-    {19, "RemoteAccessedDisk"}, {20, "FailoverPrimary"}, {21, "FailoverSecondary"},
-    {22, "NimbraPartition"}, {24, "DynamicDiskSegment"}, {29, "IPAliasing"}, {30, "IPAddress"},
-    {31, "SCSIAliasing"}, {32, "DeviceAlias"}, {33, "Properties"}, {34, "SNMP"}, {35, "Report"},
-    {36, "Log"}, {37, "NASResources"}, {38, "SystemResources"}, {39, "LogicalResources"},
-    {40, "UmapSegment"}, {41, "ReplicationPolicy"}, {42, "CopyManagerResources"},
-    {43, "ReplicaResources"}, {47, "NICInfo"}, {48, "NICInfoList"}, {49, "NASOption"}, {51, "WWPN"},
-    {52, "WWPNList"}, {53, "AdapterWWPN"}, {54, "AdapterWWPNList"}, {55, "FibreChannelOption"},
-    {56, "FibreChannelDevice"}, {57, "FibreChannelAdapter"}, {58, "WWPNMap"}, {59, "WWPNPair"},
-    {60, "WWPNPairList"}, {61, "FibreChannelProperties"}, {62, "ConfVol"}, {63, "ConfPartition"},
-    {64, "EXT2FileSystem"}, {65, "ReiserFileSystem"}, {66, "JFSFileSystem"}, {67, "XFSFileSystem"},
-    {68, "EXT3FileSystem"}, {69, "UFSSUNFileSystem"}, {70, "VXFSFileSystem"}, {73, "UIDRangeList"},
-    {74, "UIDRange"}, {75, "GIDRangeList"}, {76, "GIDRange"}, {77, "ISCSITarget"},
-    {78, "ISCSITargetList"}, {79, "ISCSITargetMember"}, {80, "ISCSIInitiator"},
-    {81, "ISCSIInitiatorList"}, {82, "ISCSIVirtualDevice"}, {83, "SnapshotGroupMember"},
-    {84, "SnapshotGroup"}, {85, "SnapshotGroupList"}, {86, "KeyframePolicy"},
-    {87, "SnapshotPolicy"}, {88, "SnapshotResources"}, {90, "LookbackDataSet"},
-    {91, "BackupPolicy"}, {92, "ISCSIOption"}, {93, "ConnectionList"}, {94, "CacheProperty"},
-    {95, "CacheResources"}, {96, "AutoMountLookback"}, {97, "FastlanePolicy"},
-    {98, "FastlaneResources"}, {99, "CallHomeOption"}, {100, "ISCSIProperties"},
-    {101, "ISCSIInitiatorProperties"}, {102, "TargetIDList"}, {103, "TargetID"},
-    {104, "ReplicationOption"}, {105, "MirrorOption"}, {106, "Binding"}, {107, "PersistentBinding"},
-    {108, "AliasWWPNList"}, {109, "StandbyAliasWWPNList"}, {110, "SANBridgeOption"},
-    {111, "BlockDevices"}, {112, "StripeElement"}, {113, "StripeDevice"}, {114, "StripeSet"},
-    {115, "PrefetchProperties"}, {116, "BMROption"}, {117, "SelfRegistrationPolicy"},
-    {118, "DHCPOptionList"}, {119, "DHCPOption"}, {120, "BMRResources"}, {121, "BootProperties"},
-    {122, "BMRProperties"}, {124, "LinuxBoot"}, {125, "LinuxBootList"}, {126, "WindowsBoot"},
-    {127, "WindowsBootList"}, {128, "StatisticOption"}, {129, "XBootOption"},
+const model::ElementName kElements40[] = {
+    {"SCSIAddress", 0}, {"Geometry", 1}, {"InfoItem", 2}, {"PhysicalDev", 3},
+    {"PhysicalAdapter", 4}, {"PhysicalResource", 5}, {"PhysicalResources", 5}, {"PDevSection", 6},
+    {"VirtualDev", 7}, {"SANResources", 8}, {"VirtualDevConnection", 9}, {"VirtualAdapter", 10},
+    {"SANClient", 11}, {"SANClientList", 12}, {"SANBridgeInfo", 13}, {"SANBridge", 14},
+    {"InquiryString", 15}, {"Comments", 16}, {"LocalDataSet", 17}, {"RemoteDataSet", 18},
+    {"RemoteAccessedDisk", 19}, {"FailoverPrimary", 20}, {"FailoverSecondary", 21},
+    {"NimbraPartition", 22}, {"DynamicDiskSegment", 24}, {"IPAliasing", 29}, {"IPAddress", 30},
+    {"SCSIAliasing", 31}, {"DeviceAlias", 32}, {"Properties", 33}, {"SNMP", 34}, {"Report", 35},
+    {"Log", 36}, {"NASResources", 37}, {"SystemResources", 38}, {"LogicalResources", 39},
+    {"UmapSegment", 40}, {"ReplicationPolicy", 41}, {"CopyManagerResources", 42},
+    {"ReplicaResources", 43}, {"NICInfo", 47}, {"NICInfoList", 48}, {"NASOption", 49}, {"WWPN", 51},
+    {"WWPNList", 52}, {"AdapterWWPN", 53}, {"AdapterWWPNList", 54}, {"FibreChannelOption", 55},
+    {"FibreChannelDevice", 56}, {"FibreChannelAdapter", 57}, {"WWPNMap", 58}, {"WWPNPair", 59},
+    {"WWPNPairList", 60}, {"FibreChannelProperties", 61}, {"ConfVol", 62}, {"ConfPartition", 63},
+    {"EXT2FileSystem", 64}, {"ReiserFileSystem", 65}, {"JFSFileSystem", 66}, {"XFSFileSystem", 67},
+    {"EXT3FileSystem", 68}, {"UFSSUNFileSystem", 69}, {"VXFSFileSystem", 70}, {"UIDRangeList", 73},
+    {"UIDRange", 74}, {"GIDRangeList", 75}, {"GIDRange", 76}, {"ISCSITarget", 77},
+    {"ISCSITargetList", 78}, {"ISCSITargetMember", 79}, {"ISCSIInitiator", 80},
+    {"ISCSIInitiatorList", 81}, {"ISCSIVirtualDevice", 82}, {"SnapshotGroupMember", 83},
+    {"SnapshotGroup", 84}, {"SnapshotGroupList", 85}, {"KeyframePolicy", 86},
+    {"SnapshotPolicy", 87}, {"SnapshotResources", 88}, {"LookbackDataSet", 90},
+    {"BackupPolicy", 91}, {"ISCSIOption", 92}, {"ConnectionList", 93}, {"CacheProperty", 94},
+    {"CacheResources", 95}, {"AutoMountLookback", 96}, {"FastlanePolicy", 97},
+    {"FastlaneResources", 98}, {"CallHomeOption", 99}, {"ISCSIProperties", 100},
+    {"ISCSIInitiatorProperties", 101}, {"TargetIDList", 102}, {"TargetID", 103},
+    {"ReplicationOption", 104}, {"MirrorOption", 105}, {"Binding", 106}, {"PersistentBinding", 107},
+    {"AliasWWPNList", 108}, {"StandbyAliasWWPNList", 109}, {"SANBridgeOption", 110},
+    {"BlockDevices", 111}, {"StripeElement", 112}, {"StripeDevice", 113}, {"StripeSet", 114},
+    {"PrefetchProperties", 115}, {"BMROption", 116}, {"SelfRegistrationPolicy", 117},
+    {"DHCPOptionList", 118}, {"DHCPOption", 119}, {"BMRResources", 120}, {"BootProperties", 121},
+    {"BMRProperties", 122}, {"LinuxBoot", 124}, {"LinuxBootList", 125}, {"WindowsBoot", 126},
+    {"WindowsBootList", 127}, {"StatisticOption", 128}, {"XBootOption", 129},
 };
 
-template <std::size_t N>
-std::unique_ptr<xml::NameTable> build(std::uint32_t buckets, const Name (&names)[N]) noexcept {
+// Builds a table from `rows`, each row's name mapped to `value(row, index)`.
+// Null when the table cannot be created.
+template <class Row, std::size_t N>
+std::unique_ptr<xml::NameTable> build(std::uint32_t buckets, const Row (&rows)[N],
+                                      int (*value)(const Row&, int)) noexcept {
     std::unique_ptr<xml::NameTable> table;
     try {
         table = std::make_unique<xml::NameTable>(buckets);
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    for (const Name& entry : names) table->insert(entry.number, entry.name);
+    for (std::size_t i = 0; i < N; ++i) table->insert(value(rows[i], static_cast<int>(i)), rows[i].name);
     return table;
 }
+
+int attributeNumber(const Name& row, int) { return row.number; }
+// The element table maps a name to its row, so that a look-up yields the
+// spelling it matched in static storage (end tags are matched against it).
+int elementRow(const model::ElementName&, int index) { return index; }
 
 }  // namespace
 
@@ -155,7 +163,7 @@ int lookupAttribute40(const char* name) noexcept {
     static std::unique_ptr<xml::NameTable> table;
     if (name == nullptr) return -1;
     if (!table) {
-        table = build(523, kAttributes40);
+        table = build(523, kAttributes40, &attributeNumber);
         if (!table) {
             std::fputs("parser: Can't init symbol lookup\n", stderr);
             return -1;
@@ -164,17 +172,23 @@ int lookupAttribute40(const char* name) noexcept {
     return table->lookup(name);
 }
 
-int lookupElement40(const char* name) noexcept {
+const model::ElementName* findElement40(const char* name) noexcept {
     static std::unique_ptr<xml::NameTable> table;
-    if (name == nullptr) return -1;
+    if (name == nullptr) return nullptr;
     if (!table) {
-        table = build(293, kElements40);
+        table = build(293, kElements40, &elementRow);
         if (!table) {
             std::fputs("parser: Can't init struct lookup\n", stderr);
-            return -1;
+            return nullptr;
         }
     }
-    return table->lookup(name);
+    const int row = table->lookup(name);
+    return row >= 0 ? &kElements40[row] : nullptr;
+}
+
+int lookupElement40(const char* name) noexcept {
+    const model::ElementName* entry = findElement40(name);
+    return entry != nullptr ? entry->number : -1;
 }
 
 }  // namespace legacy
