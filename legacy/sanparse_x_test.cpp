@@ -337,6 +337,18 @@ TEST(Reader40, SampleDocument) {
     EXPECT_EQ(pairs[0].targetWWPN, "21-6d-21-f4-a1-85-cc-8e");
 }
 
+// Known elements nested past 1,000 levels are passed over like unknown ones,
+// so no document exhausts the stack; the bridge is the first level.
+TEST(Reader40, DeepNesting) {
+    const int levels = 20000;
+    std::string doc = inBridge("<LogicalResources>");
+    doc.resize(doc.size() - std::string("</SANBridge>").size());
+    for (int i = 0; i < levels; ++i) doc += R"(<VirtualDev id="1">)";
+    const SANBridge bridge = mustRead(doc);
+    ASSERT_TRUE(bridge.logicalResources.virtualDev.has_value());
+    EXPECT_EQ(bridge.logicalResources.virtualDev->id, 1);
+}
+
 std::vector<std::string> logLines;
 void keepLogLine(const char* identity, const char* message) {
     logLines.push_back(std::string(identity) + " " + message);
