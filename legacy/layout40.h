@@ -2,7 +2,6 @@
 #include <string>
 
 #include "legacy/records40.h"
-#include "model/element_io.h"
 #include "model/layout.h"
 
 // The element layouts of the 4.0 document, for reading only: nothing writes
@@ -11,10 +10,6 @@
 // attribute a value-first parser does not list is consumed with its value.
 
 namespace legacy {
-
-/// Attribute and element tables, parsers by number, "../ksnxmlx/sanparse_x.c"
-/// in log lines.
-const model::Schema& schema40() noexcept;
 
 /// Nothing writes these layouts, so their form matters only for text content.
 constexpr model::Form kReadOnly = model::Form::AlwaysLong;

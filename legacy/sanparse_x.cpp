@@ -5,6 +5,7 @@
 
 #include "legacy/layout40.h"
 #include "legacy/names40.h"
+#include "model/element_io.h"
 
 namespace legacy {
 
@@ -52,11 +53,11 @@ const model::LayoutBase* parserFor40(int number) {
     return number >= 0 && number < kElementSlots ? parsers[static_cast<std::size_t>(number)] : nullptr;
 }
 
+// Attribute and element tables, parsers by number, and the source name that
+// the 4.0 reader's log lines carry.
 const model::Schema kSchema40{&lookupAttribute40, &findElement40, &parserFor40, "../ksnxmlx/sanparse_x.c"};
 
 }  // namespace
-
-const model::Schema& schema40() noexcept { return kSchema40; }
 
 std::unique_ptr<SANBridge> readBridge40(const char* text, std::size_t length) noexcept {
     std::unique_ptr<xml::TokenStream> ts;
