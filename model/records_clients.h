@@ -257,8 +257,9 @@ struct Properties {
 
 struct SANBridge;
 using SerializedText = writer::ConfigText;
-/// Serialises a bridge into `out`; 0 or a 0x9001xxxx status.
-using BridgeSerializer = std::uint32_t (*)(const SANBridge& bridge, SerializedText& out);
+/// Serialises a bridge into `out`; 0 or a 0x9001xxxx status (0x9001000D when
+/// either argument is missing).
+using BridgeSerializer = std::uint32_t (*)(const SANBridge* bridge, SerializedText* out);
 
 /// The 4.5 root: one server.
 struct SANBridge {
