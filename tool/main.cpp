@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <malloc.h>
 
 #include "tool/convert.h"
 
@@ -22,6 +23,11 @@ bool isVerbose(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Large blocks (the input text, the serialised text, the big record lists)
+    // come from mappings of their own and go back to the system when freed. By
+    // default the threshold rises to the size of the first large block freed,
+    // and after the input text every later block would stay resident.
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     if (argc < 3) {
         printUsage();
         return 1;

@@ -61,17 +61,20 @@ model::NimbraPartition roundTripPartition(const model::NimbraPartition& old) {
     return std::move(*read);
 }
 
-model::PhysicalDev convertDevice(const model::PhysicalDev& old) {
+// The texts are taken from the 4.0 device rather than copied, and what is left
+// of it is released at once: it is released with its adapter in any case, and
+// this way the next device's records reuse its memory.
+model::PhysicalDev convertDevice(model::PhysicalDev& old) {
     model::PhysicalDev device;
-    device.name = old.name;
-    device.type = old.type;
-    device.guid = old.guid;
-    device.fsid = old.fsid;
-    device.wwid = old.wwid;
-    device.owner = old.owner;
-    device.devName = old.devName;
-    device.inquiryString = old.inquiryString;
-    device.comments = old.comments;
+    device.name = std::move(old.name);
+    device.type = std::move(old.type);
+    device.guid = std::move(old.guid);
+    device.fsid = std::move(old.fsid);
+    device.wwid = std::move(old.wwid);
+    device.owner = std::move(old.owner);
+    device.devName = std::move(old.devName);
+    device.inquiryString = std::move(old.inquiryString);
+    device.comments = std::move(old.comments);
     device.category = old.category;
     device.isNew = old.isNew;
     device.fsidRelianceEnabled = old.fsidRelianceEnabled;
@@ -82,14 +85,14 @@ model::PhysicalDev convertDevice(const model::PhysicalDev& old) {
     device.connectionType = old.connectionType != 0 ? old.connectionType : kConnectionScsi;
     device.lunType = 0;
     device.scsiAliasing.items.reserve(old.scsiAliasing.items.size());
-    for (const model::DeviceAlias& oldAlias : old.scsiAliasing.items) {
+    for (model::DeviceAlias& oldAlias : old.scsiAliasing.items) {
         model::DeviceAlias alias;  // the alias's guid is not carried
         alias.adapter = oldAlias.adapter;
         alias.channel = oldAlias.channel;
         alias.id = oldAlias.id;
         alias.lun = oldAlias.lun;
-        alias.wwid = oldAlias.wwid;
-        alias.name = oldAlias.name;
+        alias.wwid = std::move(oldAlias.wwid);
+        alias.name = std::move(oldAlias.name);
         device.scsiAliasing.items.push_back(std::move(alias));
     }
     // A fresh configuration-partition record: the 4.0 area is not valid in 4.5.
@@ -97,6 +100,7 @@ model::PhysicalDev convertDevice(const model::PhysicalDev& old) {
     device.nimbraPartition = roundTripPartition(old.nimbraPartition);
     // As many facts as before, but empty: their 4.0 texts do not apply any more.
     device.infoItems.resize(old.infoItems.size());
+    old = model::PhysicalDev{};
     return device;
 }
 
@@ -115,13 +119,14 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
         auto root = std::make_unique<model::SANBridge>();
         std::vector<legacy::PhysicalAdapter>& oldAdapters = old.physicalResources.physicalAdapters;
 
-        // Everything that can fail comes first, so a failure leaves `old` whole.
+        // Everything that can fail comes first. A failure leaves the devices
+        // converted so far emptied in `old`, which the caller releases anyway.
         std::size_t deviceCount = 0;
         for (const legacy::PhysicalAdapter& adapter : oldAdapters) deviceCount += adapter.physicalDevs.size();
         std::vector<model::PhysicalDev>& devices = root->physicalResources.physicalDevs.items;
         devices.reserve(deviceCount);
-        for (const legacy::PhysicalAdapter& adapter : oldAdapters) {
-            for (const model::PhysicalDev& device : adapter.physicalDevs) {
+        for (legacy::PhysicalAdapter& adapter : oldAdapters) {
+            for (model::PhysicalDev& device : adapter.physicalDevs) {
                 if (!isFurtherPath(device)) devices.push_back(convertDevice(device));
             }
         }

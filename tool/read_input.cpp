@@ -49,7 +49,7 @@ int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept
         say("readXMLFromFile(): seek to the begining of the file failed.\n");
         return -5;
     }
-    record->text.reset(new (std::nothrow) char[static_cast<std::size_t>(size)]);
+    record->text = ConfigText::Bytes(new (std::nothrow) char[static_cast<std::size_t>(size)]);
     if (!record->text) {
         say("readXMLFromFile(): buffer allocation failed.\n");
         return -6;

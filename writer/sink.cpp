@@ -1,5 +1,6 @@
 #include "writer/sink.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -19,9 +20,21 @@ XmlSink::XmlSink(XmlSink&& other) noexcept
     other.file_ = nullptr;
 }
 
+void TextRelease::operator()(char* bytes) const noexcept {
+    if (fromMalloc) {
+        std::free(bytes);
+    } else {
+        delete[] bytes;
+    }
+}
+
 XmlSink::~XmlSink() {
     flush();
-    delete[] start_;
+    if (file_ != nullptr) {
+        delete[] start_;
+    } else {
+        std::free(start_);
+    }
 }
 
 // Memory mode grows geometrically, so the whole document is copied a bounded
@@ -41,10 +54,10 @@ bool XmlSink::reserve(std::size_t count) noexcept {
     const std::size_t used = size();
     std::size_t capacity = start_ == nullptr ? kFirstCapacity : static_cast<std::size_t>(end_ - start_) * 2;
     while (capacity - used < count) capacity *= 2;
-    char* grown = new (std::nothrow) char[capacity];
+    // realloc: a large buffer is moved by remapping its pages, so the text is
+    // neither copied nor resident twice while it grows.
+    char* grown = static_cast<char*>(std::realloc(start_, capacity));
     if (grown == nullptr) return false;
-    if (used != 0) std::memcpy(grown, start_, used);
-    delete[] start_;
     start_ = grown;
     cursor_ = grown + used;
     end_ = grown + capacity;
@@ -148,7 +161,9 @@ ConfigText XmlSink::takeBuffer() noexcept {
     ConfigText taken;
     if (file_ != nullptr || cursor_ == start_) return taken;
     taken.length = static_cast<std::int32_t>(size());
-    taken.text.reset(start_);
+    // Shrunk to the exact length; when that fails the larger buffer is handed over.
+    char* exact = static_cast<char*>(std::realloc(start_, size()));
+    taken.text = ConfigText::Bytes(exact != nullptr ? exact : start_, TextRelease{true});
     start_ = cursor_ = end_ = nullptr;
     return taken;
 }

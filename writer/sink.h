@@ -11,11 +11,20 @@
 
 namespace writer {
 
+/// Releases a text's bytes as they were allocated: a memory sink grows its
+/// buffer with realloc, so that a large document is remapped rather than copied
+/// on growth (and never held twice); other texts come from new[].
+struct TextRelease {
+    bool fromMalloc = false;
+    void operator()(char* bytes) const noexcept;
+};
+
 /// A document's text in memory: owned bytes, not NUL-terminated, with their
 /// count beside them. The input file's text, a serialised model and a memory
 /// sink's output all travel in it.
 struct ConfigText {
-    std::unique_ptr<char[]> text;  // null when empty
+    using Bytes = std::unique_ptr<char[], TextRelease>;
+    Bytes text;  // null when empty
     std::int32_t length = 0;
 };
 
