@@ -252,23 +252,23 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
         return;
     case AttrKind::Bool:
     case AttrKind::Bool3:
-        out.write(kBoolean.spell(*static_cast<const std::int8_t*>(field)));
+        out.writeName(kBoolean.spell(*static_cast<const std::int8_t*>(field)));
         return;
     case AttrKind::NewUnit:
-        out.write(kNewUnit.spell(*static_cast<const std::int32_t*>(field)));
+        out.writeName(kNewUnit.spell(*static_cast<const std::int32_t*>(field)));
         return;
     case AttrKind::Text:
         out.escaped(*static_cast<const std::optional<std::string>*>(field));
         return;
     case AttrKind::Enum:
-        out.write(spec.table->spell(*static_cast<const std::int32_t*>(field)));
+        out.writeName(spec.table->spell(*static_cast<const std::int32_t*>(field)));
         return;
     }
 }
 
 void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
     out.write("</");
-    out.write(layout.name);
+    out.writeName(layout.name);
     out.put('>');
 }
 
@@ -287,11 +287,11 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
     out.put('<');
-    out.write(layout.name);
+    out.writeName(layout.name);
     for (const AttrSpec& spec : layout.attrs) {
         if (!shouldWrite(spec, record)) continue;
         out.put(' ');
-        out.write(spec.name);
+        out.writeName(spec.name);
         out.write("=\"");
         writeValue(out, spec, record);
         out.put('"');

@@ -1,5 +1,6 @@
 #include "writer/sink.h"
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -68,7 +69,7 @@ void XmlSink::putSlow(char c) noexcept {
     if (reserve(1)) *cursor_++ = c;
 }
 
-void XmlSink::write(std::string_view text) noexcept {
+void XmlSink::writeSlow(std::string_view text) noexcept {
     if (text.empty()) return;
     if (file_ != nullptr && text.size() > kStreamChunk) {
         flush();
@@ -96,15 +97,13 @@ void XmlSink::newLine() noexcept {
 }
 
 void XmlSink::unsignedDecimal(std::uint32_t value) noexcept {
-    char digits[10];
-    int count = 0;
+    char text[10];
+    char* first = text + sizeof text;
     do {
-        digits[count++] = static_cast<char>('0' + value % 10);
+        *--first = static_cast<char>('0' + value % 10);
         value /= 10;
     } while (value != 0);
-    char text[10];
-    for (int i = 0; i < count; ++i) text[i] = digits[count - 1 - i];
-    write(std::string_view(text, static_cast<std::size_t>(count)));
+    write(std::string_view(first, static_cast<std::size_t>(text + sizeof text - first)));
 }
 
 void XmlSink::decimal(std::int32_t value) noexcept {
@@ -129,24 +128,49 @@ void XmlSink::hex(std::uint32_t value) noexcept {
     write(std::string_view(text, static_cast<std::size_t>(count + 2)));
 }
 
-void XmlSink::escaped(std::string_view text) noexcept {
-    std::size_t plainFrom = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char* entity = nullptr;
-        switch (text[i]) {
-        case '"': entity = "&quot;"; break;
-        case '&': entity = "&amp;"; break;
-        case '\'': entity = "&apos;"; break;
-        case '<': entity = "&lt;"; break;
-        case '>': entity = "&gt;"; break;
-        default: continue;
-        }
-        write(text.substr(plainFrom, i - plainFrom));
-        write(entity);
-        plainFrom = i + 1;
+namespace {
+
+// 1: written as an entity; 2: a NUL, which ends a C string.
+constexpr std::array<std::uint8_t, 256> kEscapeClass = [] {
+    std::array<std::uint8_t, 256> classes{};
+    for (const unsigned char c : {'"', '&', '\'', '<', '>'}) classes[c] = 1;
+    classes[0] = 2;
+    return classes;
+}();
+
+std::string_view entityOf(char c) noexcept {
+    switch (c) {
+    case '"': return "&quot;";
+    case '&': return "&amp;";
+    case '\'': return "&apos;";
+    case '<': return "&lt;";
+    default: return "&gt;";
     }
-    write(text.substr(plainFrom));
 }
+
+}  // namespace
+
+// One pass that copies the runs between special bytes whole (and, for a C
+// string, finds its end on the way instead of measuring it first).
+void XmlSink::escapedRun(const char* text, std::size_t length, bool nulEnds) noexcept {
+    const char* run = text;
+    const char* const end = text + length;
+    for (const char* p = text; p != end; ++p) {
+        const std::uint8_t kind = kEscapeClass[static_cast<unsigned char>(*p)];
+        if (kind == 0) continue;
+        if (kind == 2) {
+            if (!nulEnds) continue;
+            write(std::string_view(run, static_cast<std::size_t>(p - run)));
+            return;
+        }
+        write(std::string_view(run, static_cast<std::size_t>(p - run)));
+        write(entityOf(*p));
+        run = p + 1;
+    }
+    write(std::string_view(run, static_cast<std::size_t>(end - run)));
+}
+
+void XmlSink::escaped(std::string_view text) noexcept { escapedRun(text.data(), text.size(), false); }
 
 void XmlSink::escaped(const char* text) noexcept {
     if (text != nullptr) escaped(std::string_view(text));
@@ -154,7 +178,7 @@ void XmlSink::escaped(const char* text) noexcept {
 
 void XmlSink::escaped(const std::optional<std::string>& text) noexcept {
     // Stored texts are C strings: a NUL ends them.
-    if (text) escaped(std::string_view(text->c_str()));
+    if (text) escapedRun(text->data(), text->size(), true);
 }
 
 ConfigText XmlSink::takeBuffer() noexcept {

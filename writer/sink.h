@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,7 +54,31 @@ public:
             putSlow(c);
         }
     }
-    void write(std::string_view text) noexcept;
+    void write(std::string_view text) noexcept {
+        // Inline for the common case: the text fits into what is already there.
+        if (!text.empty() && text.size() <= static_cast<std::size_t>(end_ - cursor_)) {
+            std::memcpy(cursor_, text.data(), text.size());
+            cursor_ += text.size();
+        } else {
+            writeSlow(text);
+        }
+    }
+    /// A short C string (an element or attribute name, a spelling), written
+    /// as it is read instead of being measured first.
+    void writeName(const char* text) noexcept {
+        // A local cursor: stores through char* could alias the members.
+        char* cursor = cursor_;
+        char* const end = end_;
+        for (; *text != '\0'; ++text) {
+            if (cursor == end) {
+                cursor_ = cursor;
+                writeSlow(text);
+                return;
+            }
+            *cursor++ = *text;
+        }
+        cursor_ = cursor;
+    }
     void newLine() noexcept;
     /// Decimal as "%d".
     void decimal(std::int32_t value) noexcept;
@@ -78,6 +103,9 @@ public:
 private:
     explicit XmlSink(std::FILE* file) noexcept : file_(file) {}
     void putSlow(char c) noexcept;
+    void writeSlow(std::string_view text) noexcept;
+    /// Escapes `length` bytes, stopping early at a NUL when `nulEnds`.
+    void escapedRun(const char* text, std::size_t length, bool nulEnds) noexcept;
     /// Makes room for at least `count` more bytes; false when it can't.
     bool reserve(std::size_t count) noexcept;
 

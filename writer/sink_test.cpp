@@ -21,7 +21,7 @@ TEST(Sink, FormatsAndEscapes) {
     struct Row {
         const char* rule;
         void (*write)(XmlSink&);
-        const char* expected;
+        std::string expected;
     };
     const Row rows[] = {
         {"nothing written gives no buffer", [](XmlSink&) {}, "(null)"},
@@ -35,6 +35,13 @@ TEST(Sink, FormatsAndEscapes) {
          [](XmlSink& s) { s.escaped("\"&'<>\xC3\xA9\t"); }, "&quot;&amp;&apos;&lt;&gt;\xC3\xA9\t"},
         {"a null text writes nothing", [](XmlSink& s) { s.escaped(static_cast<const char*>(nullptr)); s.put('x'); }, "x"},
         {"a stored text ends at a NUL", [](XmlSink& s) { s.escaped(std::optional<std::string>(std::string("a\0b", 3))); }, "a"},
+        {"a stored text escapes up to its NUL and nothing after it",
+         [](XmlSink& s) { s.escaped(std::optional<std::string>(std::string("x>y\0<z", 7))); }, "x&gt;y"},
+        {"a text given with its length keeps its NULs",
+         [](XmlSink& s) { s.escaped(std::string_view("a\0<b", 4)); s.put('|'); }, std::string("a\0&lt;b|", 8)},
+        {"entities at both ends and side by side", [](XmlSink& s) { s.escaped("<a>>"); }, "&lt;a&gt;&gt;"},
+        {"a name is written up to its end", [](XmlSink& s) { s.writeName("SANBridge"); s.writeName(""); s.put('>'); },
+         "SANBridge>"},
         {"new line indents two spaces per level above 0",
          [](XmlSink& s) { s.newLine(); s.level = 3; s.newLine(); s.level = -1; s.newLine(); s.put('|'); }, "\n\n      \n|"},
     };
@@ -52,7 +59,9 @@ TEST(Sink, MemoryGrowsPastManyBuffers) {
     for (int i = 0; i < 100000; ++i) {
         sink.write("<a/>");
         sink.decimal(i);
-        expected += "<a/>" + std::to_string(i);
+        sink.writeName("Name");  // names and escaped texts cross buffer ends too
+        sink.escaped(std::optional<std::string>("v&w"));
+        expected += "<a/>" + std::to_string(i) + "Namev&amp;w";
     }
     EXPECT_EQ(taken(sink), expected);
     EXPECT_EQ(taken(sink), "(null)");  // taking empties the sink
