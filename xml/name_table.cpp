@@ -1,5 +1,6 @@
 #include "xml/name_table.h"
 
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string>
@@ -16,15 +17,30 @@ std::string_view untilNul(std::string_view name) noexcept {
 
 struct NameTable::Entry {
     std::string key;
+    std::uint32_t hash;  // kept, so that a look-up compares keys only on a full match of hashes
     int value;
     std::unique_ptr<Entry> next;
 };
 
-std::uint32_t nameHash(std::string_view name) noexcept {
+namespace {
+
+// The hash and the length of a name in one pass, stopping at a NUL or after
+// `limit` bytes, so that a look-up reads the name once.
+struct Measured {
+    std::uint32_t hash;
+    std::size_t length;
+};
+
+Measured measure(const char* name, std::size_t limit) noexcept {
     std::uint32_t h = 0;
-    for (const char c : untilNul(name)) h = h * 9 + static_cast<unsigned char>(c);
-    return h;
+    std::size_t n = 0;
+    for (; n < limit && name[n] != '\0'; ++n) h = h * 9 + static_cast<unsigned char>(name[n]);
+    return {h, n};
 }
+
+}  // namespace
+
+std::uint32_t nameHash(std::string_view name) noexcept { return measure(name.data(), name.size()).hash; }
 
 NameTable::NameTable(std::uint32_t bucketCount) : buckets_(bucketCount == 0 ? 1 : bucketCount) {}
 
@@ -40,7 +56,8 @@ NameTable& NameTable::operator=(NameTable&&) noexcept = default;
 
 void NameTable::insert(int number, std::string_view name) noexcept {
     name = untilNul(name);
-    std::unique_ptr<Entry>& head = buckets_[nameHash(name) % buckets_.size()];
+    const std::uint32_t hash = nameHash(name);
+    std::unique_ptr<Entry>& head = buckets_[hash % buckets_.size()];
     for (Entry* e = head.get(); e; e = e->next.get()) {
         if (e->key == name) {
             e->value = number;
@@ -48,7 +65,7 @@ void NameTable::insert(int number, std::string_view name) noexcept {
         }
     }
     try {
-        auto entry = std::make_unique<Entry>(Entry{std::string(name), number, nullptr});
+        auto entry = std::make_unique<Entry>(Entry{std::string(name), hash, number, nullptr});
         entry->next = std::move(head);
         head = std::move(entry);
     } catch (const std::bad_alloc&) {
@@ -56,17 +73,22 @@ void NameTable::insert(int number, std::string_view name) noexcept {
     }
 }
 
-int NameTable::lookup(std::string_view name) const noexcept {
-    name = untilNul(name);
-    for (const Entry* e = buckets_[nameHash(name) % buckets_.size()].get(); e; e = e->next.get()) {
-        if (e->key == name) return e->value;
+int NameTable::find(const char* name, std::size_t limit) const noexcept {
+    const Measured key = measure(name, limit);
+    for (const Entry* e = buckets_[key.hash % buckets_.size()].get(); e; e = e->next.get()) {
+        if (e->hash == key.hash && e->key.size() == key.length &&
+            std::memcmp(e->key.data(), name, key.length) == 0) {
+            return e->value;
+        }
     }
     return -1;
 }
 
+int NameTable::lookup(std::string_view name) const noexcept { return find(name.data(), name.size()); }
+
 int NameTable::lookup(const char* name) const noexcept {
     if (!name) return -1;
-    return lookup(std::string_view(name));
+    return find(name, SIZE_MAX);
 }
 
 }  // namespace xml

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -28,6 +29,8 @@ public:
 
 private:
     struct Entry;
+    /// The number of the name that ends at a NUL or after `limit` bytes.
+    int find(const char* name, std::size_t limit) const noexcept;
     std::vector<std::unique_ptr<Entry>> buckets_;
     bool error_ = false;
 };

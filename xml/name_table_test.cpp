@@ -86,6 +86,12 @@ TEST(NameTable, Lookup) {
     }
     EXPECT_EQ(table.lookup(static_cast<const char*>(nullptr)), -1);
     EXPECT_EQ(table.lookup(std::string_view("name\0x", 6)), 208);
+    // "ba" and "aj" hash alike (98 * 9 + 97 = 97 * 9 + 106) and have one length.
+    table.insert(41, "ba");
+    table.insert(42, "aj");
+    EXPECT_EQ(table.lookup("ba"), 41);
+    EXPECT_EQ(table.lookup("aj"), 42);
+    EXPECT_EQ(table.lookup(std::string_view("ajx", 2)), 42);  // a length ends a name too
     table.insert(3, "");  // the empty name is a name like any other
     EXPECT_EQ(table.lookup(""), 3);
     EXPECT_FALSE(table.error());
