@@ -42,7 +42,15 @@ Measured measure(const char* name, std::size_t limit) noexcept {
 
 std::uint32_t nameHash(std::string_view name) noexcept { return measure(name.data(), name.size()).hash; }
 
-NameTable::NameTable(std::uint32_t bucketCount) : buckets_(bucketCount == 0 ? 1 : bucketCount) {}
+NameTable::NameTable(std::uint32_t bucketCount)
+    : buckets_(bucketCount == 0 ? 1 : bucketCount), modMagic_(UINT64_MAX / buckets_.size() + 1) {}
+
+// hash % bucket count without a division: exact for 32-bit hashes and counts
+// (a look-up is frequent enough for the division to show).
+std::size_t NameTable::bucketOf(std::uint32_t hash) const noexcept {
+    const std::uint64_t fraction = modMagic_ * hash;
+    return static_cast<std::size_t>((static_cast<unsigned __int128>(fraction) * buckets_.size()) >> 64);
+}
 
 NameTable::~NameTable() {
     // Unlink chains iteratively: a long chain must not recurse once per entry.
@@ -57,7 +65,7 @@ NameTable& NameTable::operator=(NameTable&&) noexcept = default;
 void NameTable::insert(int number, std::string_view name) noexcept {
     name = untilNul(name);
     const std::uint32_t hash = nameHash(name);
-    std::unique_ptr<Entry>& head = buckets_[hash % buckets_.size()];
+    std::unique_ptr<Entry>& head = buckets_[bucketOf(hash)];
     for (Entry* e = head.get(); e; e = e->next.get()) {
         if (e->key == name) {
             e->value = number;
@@ -75,7 +83,7 @@ void NameTable::insert(int number, std::string_view name) noexcept {
 
 int NameTable::find(const char* name, std::size_t limit) const noexcept {
     const Measured key = measure(name, limit);
-    for (const Entry* e = buckets_[key.hash % buckets_.size()].get(); e; e = e->next.get()) {
+    for (const Entry* e = buckets_[bucketOf(key.hash)].get(); e; e = e->next.get()) {
         if (e->hash == key.hash && e->key.size() == key.length &&
             std::memcmp(e->key.data(), name, key.length) == 0) {
             return e->value;

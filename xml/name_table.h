@@ -31,7 +31,9 @@ private:
     struct Entry;
     /// The number of the name that ends at a NUL or after `limit` bytes.
     int find(const char* name, std::size_t limit) const noexcept;
+    std::size_t bucketOf(std::uint32_t hash) const noexcept;
     std::vector<std::unique_ptr<Entry>> buckets_;
+    std::uint64_t modMagic_;
     bool error_ = false;
 };
 

@@ -60,7 +60,10 @@ void decodeEntities(std::string& value) {
     const std::size_t nul = value.find('\0');
     if (nul != std::string::npos) value.resize(nul);  // a C string ends at its NUL
     const std::size_t n = value.size();
-    std::size_t read = 0, write = 0;
+    // Most values hold no reference: everything before the first "&" stays as it is.
+    const std::size_t firstAmpersand = value.find('&');
+    if (firstAmpersand == std::string::npos) return;
+    std::size_t read = firstAmpersand, write = firstAmpersand;
     std::size_t semicolon = 0;  // the next ";" at or after `read`, n for none
     bool semicolonKnown = false;
     while (read < n) {
@@ -135,6 +138,7 @@ const char* Token::terminatedPayload() noexcept {
 
 std::string Token::payloadString() const {
     const std::string_view raw = payload();
+    // Cut at a NUL here already, so that the copy is made once, at its final size.
     std::string text(raw.data(), raw.empty() ? 0 : ::strnlen(raw.data(), raw.size()));
     if (type() == Tok::AttValue) decodeEntities(text);
     return text;

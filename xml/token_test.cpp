@@ -37,6 +37,8 @@ TEST(Entities, Decoding) {
         {"x&#0;y&foo;", "x", ""},                   // a NUL ends the value: nothing after is read
         {"&#256;z", "", ""},
         {"", "", ""},
+        {"no reference at all", "no reference at all", ""},
+        {"text before&lt;and after", "text before<and after", ""},
     };
     for (const EntityRow& row : rows) {
         SCOPED_TRACE(row.value);
