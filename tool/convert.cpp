@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <malloc.h>
 #include <unistd.h>
 
 #include "model/records.h"
@@ -57,13 +58,17 @@ int convert(const char* inputPath, const char* outputPath, bool verbose) noexcep
     }
 
     std::uint32_t parseError = 0;
-    std::unique_ptr<model::SANBridge> root = parseAndMigrate(text.text.get(), text.length, kParseOptions, &parseError);
+    // The input text is released as soon as the 4.0 model is read.
+    std::unique_ptr<model::SANBridge> root = parseAndMigrate(text, kParseOptions, &parseError);
     if (!root) {
         if (verbose) std::printf("parse configuration from file %s failed.\n", inputPath);
         releaseText(text);
         return 0;  // settled behaviour: a document that does not parse is not an error code
     }
     releaseText(text);  // the input is gone before any output exists
+    // So is the 4.0 model: give the freed memory back before the serialised
+    // text is built beside the new model.
+    ::malloc_trim(0);
 
     root->serializer = nullptr;  // write the 4.5 layout, not the down-level one the migration installed
     fixSnapshotPolicies(*root);

@@ -157,15 +157,33 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
     }
 }
 
-std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
-                                                  std::uint32_t* errorOut) noexcept {
-    if (errorOut != nullptr) *errorOut = 0;
-    std::unique_ptr<legacy::SANBridge> old =
-        legacy::readBridge40(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+namespace {
+
+std::unique_ptr<legacy::SANBridge> read40(const char* text, std::int32_t length) noexcept {
+    return legacy::readBridge40(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+std::unique_ptr<model::SANBridge> migrateRead(std::unique_ptr<legacy::SANBridge> old, std::uint32_t options) noexcept {
     if (!old) return nullptr;
     std::unique_ptr<model::SANBridge> root = migrate(*old);
     if (root) root->options = options;
     return root;
+}
+
+}  // namespace
+
+std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
+                                                  std::uint32_t* errorOut) noexcept {
+    if (errorOut != nullptr) *errorOut = 0;
+    return migrateRead(read40(text, length), options);
+}
+
+std::unique_ptr<model::SANBridge> parseAndMigrate(writer::ConfigText& text, std::uint32_t options,
+                                                  std::uint32_t* errorOut) noexcept {
+    if (errorOut != nullptr) *errorOut = 0;
+    std::unique_ptr<legacy::SANBridge> old = read40(text.text.get(), text.length);
+    text = writer::ConfigText{};
+    return migrateRead(std::move(old), options);
 }
 
 }  // namespace tool

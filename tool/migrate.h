@@ -4,6 +4,7 @@
 
 #include "legacy/records40.h"
 #include "model/records.h"
+#include "writer/sink.h"
 
 namespace tool {
 
@@ -18,6 +19,11 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept;
 /// new root. *errorOut, when given, is set to 0 and never to anything else.
 /// Null when the document yields no bridge or the migration fails.
 std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
+                                                  std::uint32_t* errorOut) noexcept;
+
+/// The same, releasing `text` as soon as the 4.0 model is read, so that the
+/// input and the migrated records are never in memory together.
+std::unique_ptr<model::SANBridge> parseAndMigrate(writer::ConfigText& text, std::uint32_t options,
                                                   std::uint32_t* errorOut) noexcept;
 
 /// The serialiser the migration installs, for writing a migrated root back in
