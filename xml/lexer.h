@@ -1,34 +1,14 @@
 #pragma once
+#include <cassert>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 
-namespace xml {
+#include "xml/token_type.h"
 
-/// Token types. The numbers are what element parsers compare against.
-enum class Tok : int {
-    XmlDec = 10,         // "<?xml" and white space, through ">"
-    StartTag = 11,       // <name>
-    StartTagOpen = 12,   // <name followed by attributes
-    Attribute = 13,      // an attribute name inside a start tag
-    Equal = 14,          // the "=" after an attribute name
-    AttValue = 15,       // a delimited attribute value
-    StartTagClose = 16,  // ">" ending a start tag with attributes
-    EmptyTagClose = 17,  // "/>" ending a start tag with attributes
-    Content = 18,        // character data inside an element
-    EndTag = 19,         // </name>
-    EmptyTag = 20,       // <name/>
-    PI = 21,             // other processing instructions
-    Comment = 22,        // "<!" through ">" (neither CDATA nor DOCTYPE)
-    CData = 23,
-    Doctype = 24,
-    Unknown = 25,        // initial type; character data outside any element
-    Eof = 26,
-    LexError = 27,       // an attribute name not followed by "="
-    MemoryError = 28,    // the accumulator could not grow
-};
+namespace xml {
 
 /// Name of a token type number as the dump prints it; "Invalid Token" otherwise.
 const char* tokenTypeName(int type) noexcept;
@@ -115,5 +95,42 @@ private:
 
 /// "XML lex error at line %lu: %s\n", or "XML lex error %s\n" without a lexer.
 void reportLexError(const Lexer* lexer, const char* message);
+
+}  // namespace xml
+
+// The accessors taken once or more per token are inline: a call each would
+// cost as much as what they do.
+#include "xml/token_slot.h"
+
+namespace xml {
+
+inline Token::Token(TokenSlot* slot) noexcept : slot_(slot), generation_(slot ? slot->generation : 0) {}
+
+inline const TokenSlot* Token::live() const noexcept {
+    // A token outlived by three newer ones reads a reused slot.
+    assert(!slot_ || slot_->generation == generation_);
+    return slot_;
+}
+
+inline Tok Token::type() const noexcept {
+    const TokenSlot* slot = live();
+    return slot ? slot->type : Tok::Unknown;
+}
+
+inline std::string_view Token::payload() const noexcept {
+    const TokenSlot* slot = live();
+    if (!slot || !slot->hasData) return {};
+    return {slot->storage + slot->dataStart, slot->dataLength};
+}
+
+inline const char* Token::terminatedPayload() noexcept {
+    live();
+    if (!slot_ || !slot_->hasData || slot_->dataLength == 0) return "";
+    TokenSlot& slot = *slot_;
+    const std::uint32_t end = slot.dataStart + slot.dataLength;
+    if (end == slot.capacity) slot.grow();  // storage has room for the NUL even if this fails
+    slot.storage[end] = '\0';
+    return slot.storage + slot.dataStart;
+}
 
 }  // namespace xml

@@ -101,39 +101,10 @@ void decodeEntities(std::string& value) {
     value.resize(write);
 }
 
-Token::Token(TokenSlot* slot) noexcept : slot_(slot), generation_(slot ? slot->generation : 0) {}
-
-const TokenSlot* Token::live() const noexcept {
-    // A token outlived by three newer ones reads a reused slot.
-    assert(!slot_ || slot_->generation == generation_);
-    return slot_;
-}
-
-Tok Token::type() const noexcept {
-    const TokenSlot* slot = live();
-    return slot ? slot->type : Tok::Unknown;
-}
-
-std::string_view Token::payload() const noexcept {
-    const TokenSlot* slot = live();
-    if (!slot || !slot->hasData) return {};
-    return {slot->storage + slot->dataStart, slot->dataLength};
-}
-
 std::string_view Token::accumulated() const noexcept {
     const TokenSlot* slot = live();
     if (!slot || slot->capacity == 0) return {};
     return {slot->storage, slot->used};
-}
-
-const char* Token::terminatedPayload() noexcept {
-    live();
-    if (!slot_ || !slot_->hasData || slot_->dataLength == 0) return "";
-    TokenSlot& slot = *slot_;
-    const std::uint32_t end = slot.dataStart + slot.dataLength;
-    if (end == slot.capacity) slot.grow();  // storage has room for the NUL even if this fails
-    slot.storage[end] = '\0';
-    return slot.storage + slot.dataStart;
 }
 
 std::string Token::payloadString() const {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "xml/lexer.h"
+#include "xml/token_type.h"
 
 namespace xml {
 

@@ -18,20 +18,6 @@ std::unique_ptr<TokenStream> TokenStream::onMemory(const char* buffer, std::size
     return std::unique_ptr<TokenStream>(new (std::nothrow) TokenStream(std::move(lexer)));
 }
 
-Token TokenStream::next() {
-    if (pushedBack_) {
-        const Token token = pushedBack_;
-        pushedBack_ = Token();
-        return token;
-    }
-    return lexer_->next();
-}
-
-Token TokenStream::peek() {
-    if (!pushedBack_) pushedBack_ = lexer_->next();
-    return pushedBack_;
-}
-
 void TokenStream::skip() { static_cast<void>(next()); }
 
 void TokenStream::reportPosition() const {

@@ -15,9 +15,19 @@ public:
     static std::unique_ptr<TokenStream> onMemory(const char* buffer, std::size_t length);
 
     /// The pushed-back token if there is one, else a new one from the lexer.
-    Token next();
+    Token next() {
+        if (pushedBack_) {
+            const Token token = pushedBack_;
+            pushedBack_ = Token();
+            return token;
+        }
+        return lexer_->next();
+    }
     /// The next token without taking it.
-    Token peek();
+    Token peek() {
+        if (!pushedBack_) pushedBack_ = lexer_->next();
+        return pushedBack_;
+    }
     /// Takes one token and drops it.
     void skip();
 
