@@ -43,9 +43,13 @@ def parse_args():
                         help="generator scales, comma-separated (1 is about 1 MB); default 1,10,100")
     parser.add_argument("--runs", type=int, default=5, help="timed rounds per size (default 5)")
     parser.add_argument("--build-dir", type=Path, default=ROOT / "build" / "bench")
+    parser.add_argument("--xlate45", type=Path, default=None,
+                        help="the xlate45 to measure (default: the one in --build-dir), e.g. an older build")
     parser.add_argument("--generator", type=Path,
                         default=ROOT.parent / "shared" / "bench" / "gen_large40.py")
     args = parser.parse_args()
+    if args.xlate45 is None:
+        args.xlate45 = args.build_dir / "xlate45"
     try:
         args.sizes = [int(s) for s in args.sizes.split(",") if s]
     except ValueError:
@@ -80,7 +84,7 @@ def document(args, scale):
 def commands(args, doc, out):
     bench = args.build_dir / "bench"
     return {
-        "xlate45": [str(args.build_dir / "xlate45"), str(doc), str(out / "xlate45.conf"), "-q"],
+        "xlate45": [str(args.xlate45), str(doc), str(out / "xlate45.conf"), "-q"],
         "pugixml": [str(bench / "pugixml_roundtrip"), str(doc), str(out / "pugixml.xml")],
         "xmllint": ["xmllint", "--format", "--output", str(out / "xmllint.xml"), str(doc)],
         "floor": [str(bench / "io_floor"), str(doc), str(out / "floor.xml")],
@@ -189,9 +193,9 @@ def report(args, results):
 
 def main():
     args = parse_args()
-    for program in ("xlate45", "bench/bench_measure", "bench/io_floor", "bench/pugixml_roundtrip"):
-        if not (args.build_dir / program).exists():
-            sys.exit(f"bench: {args.build_dir / program} is not built (bench/run.sh builds it)")
+    for path in (args.xlate45, *(args.build_dir / "bench" / p for p in ("bench_measure", "io_floor", "pugixml_roundtrip"))):
+        if not path.exists():
+            sys.exit(f"bench: {path} is not built (bench/run.sh builds it)")
     if shutil.which("xmllint") is None:
         sys.exit("bench: xmllint not found (bench/run.sh installs libxml2-utils)")
     results = [run_size(args, scale) for scale in args.sizes]
