@@ -54,7 +54,7 @@ void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Sch
         fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.terminatedPayload()));
         break;
     case AttrKind::Text:
-        fieldAs<std::optional<std::string>>(spec, record) = value.payloadString();
+        fieldAs<Text>(spec, record) = value.payloadString();
         break;
     case AttrKind::Enum:
         fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.terminatedPayload()));
@@ -228,7 +228,7 @@ bool shouldWrite(const AttrSpec& spec, const void* record) {
         return numberOf(spec, record) > 0;
     case WriteIf::IfPresent:
     case WriteIf::IfNonEmpty: {
-        const auto& text = *static_cast<const std::optional<std::string>*>(spec.field(const_cast<void*>(record)));
+        const auto& text = *static_cast<const Text*>(spec.field(const_cast<void*>(record)));
         return text.has_value() && (spec.when == WriteIf::IfPresent || (*text)[0] != '\0');
     }
     }
@@ -258,7 +258,7 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
         out.writeName(kNewUnit.spell(*static_cast<const std::int32_t*>(field)));
         return;
     case AttrKind::Text:
-        out.escaped(*static_cast<const std::optional<std::string>*>(field));
+        if (const Text& text = *static_cast<const Text*>(field)) out.escapedStored(*text);
         return;
     case AttrKind::Enum:
         out.writeName(spec.table->spell(*static_cast<const std::int32_t*>(field)));

@@ -48,6 +48,7 @@
 
 #include "model/attr_names.h"
 #include "model/enums.h"
+#include "model/text.h"
 
 namespace model {
 
@@ -59,7 +60,7 @@ enum class AttrKind : std::uint8_t {
     Bool,     // one byte; "true" 1, anything else 0
     Bool3,    // one byte; "true" 1, "false" 0, anything else -1
     NewUnit,  // 32-bit; read as Bool3, written through kNewUnit
-    Text,     // std::optional<std::string>, entity-decoded
+    Text,     // model::Text, entity-decoded
     Enum,     // 32-bit, through an EnumTable
 };
 
@@ -241,6 +242,10 @@ void* fieldOf(void* record) {
     return &(static_cast<typename MemberOf<decltype(M)>::Record*>(record)->*M);
 }
 
+// The field type of an optional child: texts (text-content elements) are Texts.
+template <class C>
+using OptionalOf = std::conditional_t<std::is_same_v<C, std::string>, Text, std::optional<C>>;
+
 template <auto M>
 AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
                   std::int32_t zeroWrittenAs = 0) {
@@ -258,7 +263,7 @@ template <class C>
 ChildOutcome parseOptional(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName) {
     C record{};
     if (!parseElement(ctx, layout, &record, openName)) return ChildOutcome::Failed;
-    *static_cast<std::optional<C>*>(field) = std::move(record);
+    *static_cast<OptionalOf<C>*>(field) = std::move(record);
     return ChildOutcome::Kept;
 }
 template <class C>
@@ -288,7 +293,7 @@ void writeSingle(writer::XmlSink& out, const ChildSpec& spec, const void* field)
 }
 template <class C>
 void writeOptional(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const std::optional<C>*>(field);
+    const auto& value = *static_cast<const OptionalOf<C>*>(field);
     if (!value) return;
     const LayoutBase* layout = chosen(spec, &*value);
     if (layout == nullptr) return;
@@ -297,7 +302,7 @@ void writeOptional(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
 }
 template <class C>
 void writeOptionalAlways(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const std::optional<C>*>(field);
+    const auto& value = *static_cast<const OptionalOf<C>*>(field);
     newLineBefore(out);
     if (value) {
         writeElement(out, *spec.layout, &*value);
@@ -317,7 +322,7 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
 template <class C>
 bool optionalPresent(const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const std::optional<C>*>(field);
+    const auto& value = *static_cast<const OptionalOf<C>*>(field);
     return value.has_value() && chosen(spec, &*value) != nullptr;
 }
 template <class C>
@@ -367,7 +372,7 @@ AttrSpec newUnit(AttrId id) {
 }
 template <auto M>
 AttrSpec text(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<std::string>>);
+    static_assert(std::is_same_v<detail::FieldOf<M>, Text>);
     return detail::makeAttr<M>(id, AttrKind::Text, when);
 }
 template <auto M>
@@ -390,14 +395,14 @@ ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
 template <auto M>
 ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
 }
 template <auto M>
 ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<C>, &detail::writeOptionalAlways<C>, &detail::alwaysPresent};
 }
@@ -413,7 +418,7 @@ ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout
 template <auto M, std::size_t N>
 ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const void* childRecord)) {
     using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::optional<C>>);
+    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
     return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
 }

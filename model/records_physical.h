@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "model/text.h"
+
 // Records of the physical side of a bridge. Copy is the deep clone, the
 // destructor the free. Widths are those of the document: %d and %ld fields are
 // 32-bit, sectors unsigned 32-bit, flags one byte (a legacy "yes" stores -1).
@@ -12,7 +14,6 @@
 
 namespace model {
 
-using Text = std::optional<std::string>;
 using Flag = std::int8_t;
 
 struct SCSIAddress {

@@ -91,6 +91,8 @@ public:
     /// As above; a null text writes nothing.
     void escaped(const char* text) noexcept;
     void escaped(const std::optional<std::string>& text) noexcept;
+    /// A stored text: escaped as above, and a NUL ends it (texts are C strings).
+    void escapedStored(std::string_view text) noexcept { escapedRun(text.data(), text.size(), true); }
 
     /// Memory mode: hands the bytes over and empties the sink; null bytes and
     /// length 0 when nothing was written. Stream mode: always empty.

@@ -1,0 +1,72 @@
+// A record's text behaves as std::optional<std::string> does, at a pointer's width.
+#include "model/text.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace model {
+namespace {
+
+TEST(Text, OneAbsentTextIsOnePointerWide) { EXPECT_EQ(sizeof(Text), sizeof(void*)); }
+
+TEST(Text, BehavesAsAnOptionalString) {
+    struct Row {
+        const char* rule;
+        Text (*make)();
+        std::optional<std::string> expected;
+    };
+    const Row rows[] = {
+        {"default is absent", [] { return Text(); }, std::nullopt},
+        {"present and empty differs from absent", [] { return Text(""); }, std::string()},
+        {"from a C string", [] { return Text("guid"); }, std::string("guid")},
+        {"empty braces empty it", [] { Text t = "x"; t = {}; return t; }, std::nullopt},
+        {"nullopt empties it", [] { Text t = "x"; t = std::nullopt; return t; }, std::nullopt},
+        {"assignment replaces the value", [] { Text t = "old"; t = std::string("new"); return t; }, std::string("new")},
+        {"emplace makes it present", [] { Text t; t.emplace(3, 'a'); return t; }, std::string("aaa")},
+        {"from an absent optional", [] { return Text(std::optional<std::string>()); }, std::nullopt},
+        {"from a present optional", [] { return Text(std::optional<std::string>("v")); }, std::string("v")},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        const Text text = row.make();
+        EXPECT_EQ(text.has_value(), row.expected.has_value());
+        EXPECT_EQ(static_cast<std::optional<std::string>>(text), row.expected);
+        EXPECT_TRUE(text == row.expected);
+    }
+}
+
+TEST(Text, CopiesAreDeepAndMovesTakeTheValue) {
+    Text original = "name";
+    Text copy = original;
+    copy->append("2");
+    EXPECT_EQ(original, "name");
+    EXPECT_EQ(copy, "name2");
+
+    Text moved = std::move(copy);
+    EXPECT_EQ(moved, "name2");
+    Text assigned;
+    assigned = moved;
+    *moved = "changed";
+    EXPECT_EQ(assigned, "name2");
+}
+
+TEST(Text, ComparesAsAnOptionalDoes) {
+    const Text absent;
+    const Text empty = "";
+    const Text a = "a";
+    EXPECT_TRUE(absent == std::nullopt);
+    EXPECT_FALSE(empty == std::nullopt);
+    EXPECT_FALSE(absent == "");  // an absent text equals no string, not even ""
+    EXPECT_TRUE(empty == "");
+    EXPECT_FALSE(absent == empty);
+    EXPECT_TRUE(a == std::string("a"));
+    EXPECT_TRUE(a != "b");
+    EXPECT_THROW(static_cast<void>(absent.value()), std::bad_optional_access);
+    EXPECT_EQ(absent.value_or("fallback"), "fallback");
+    EXPECT_EQ(a.value_or("fallback"), "a");
+}
+
+}  // namespace
+}  // namespace model
