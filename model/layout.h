@@ -48,6 +48,7 @@
 
 #include "model/attr_names.h"
 #include "model/enums.h"
+#include "model/boxed.h"
 #include "model/text.h"
 
 namespace model {
@@ -242,9 +243,11 @@ void* fieldOf(void* record) {
     return &(static_cast<typename MemberOf<decltype(M)>::Record*>(record)->*M);
 }
 
-// The field type of an optional child: texts (text-content elements) are Texts.
-template <class C>
-using OptionalOf = std::conditional_t<std::is_same_v<C, std::string>, Text, std::optional<C>>;
+// The field of an optional child: a std::optional, a Boxed record, or a Text
+// for a text-content element.
+template <class F>
+constexpr bool isOptionalField = std::is_same_v<F, std::optional<typename F::value_type>> ||
+                                 std::is_same_v<F, Boxed<typename F::value_type>> || std::is_same_v<F, Text>;
 
 template <auto M>
 AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
@@ -259,11 +262,11 @@ ChildOutcome parseSingle(void* field, ParseContext& ctx, const LayoutBase& layou
     *static_cast<C*>(field) = std::move(record);
     return ChildOutcome::Kept;
 }
-template <class C>
+template <class F>
 ChildOutcome parseOptional(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName) {
-    C record{};
+    typename F::value_type record{};
     if (!parseElement(ctx, layout, &record, openName)) return ChildOutcome::Failed;
-    *static_cast<OptionalOf<C>*>(field) = std::move(record);
+    *static_cast<F*>(field) = std::move(record);
     return ChildOutcome::Kept;
 }
 template <class C>
@@ -291,23 +294,23 @@ void writeSingle(writer::XmlSink& out, const ChildSpec& spec, const void* field)
     newLineBefore(out);
     writeElement(out, *spec.layout, field);
 }
-template <class C>
+template <class F>
 void writeOptional(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const OptionalOf<C>*>(field);
+    const auto& value = *static_cast<const F*>(field);
     if (!value) return;
     const LayoutBase* layout = chosen(spec, &*value);
     if (layout == nullptr) return;
     newLineBefore(out);
     writeElement(out, *layout, &*value);
 }
-template <class C>
+template <class F>
 void writeOptionalAlways(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const OptionalOf<C>*>(field);
+    const auto& value = *static_cast<const F*>(field);
     newLineBefore(out);
     if (value) {
         writeElement(out, *spec.layout, &*value);
     } else {
-        const C empty{};
+        const typename F::value_type empty{};
         writeElement(out, *spec.layout, &empty);
     }
 }
@@ -320,9 +323,9 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
 }
 
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
-template <class C>
+template <class F>
 bool optionalPresent(const ChildSpec& spec, const void* field) {
-    const auto& value = *static_cast<const OptionalOf<C>*>(field);
+    const auto& value = *static_cast<const F*>(field);
     return value.has_value() && chosen(spec, &*value) != nullptr;
 }
 template <class C>
@@ -394,17 +397,17 @@ ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
 }
 template <auto M>
 ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
-    using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
+    using F = detail::FieldOf<M>;
+    static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
 }
 template <auto M>
 ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
-    using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
+    using F = detail::FieldOf<M>;
+    static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<C>, &detail::writeOptionalAlways<C>, &detail::alwaysPresent};
+                     &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent};
 }
 template <auto M>
 ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout, int step = 32) {
@@ -417,10 +420,10 @@ ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout
 /// type); `pick` names the one to write, or -1 for none.
 template <auto M, std::size_t N>
 ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const void* childRecord)) {
-    using C = typename detail::FieldOf<M>::value_type;
-    static_assert(std::is_same_v<detail::FieldOf<M>, detail::OptionalOf<C>>);
+    using F = detail::FieldOf<M>;
+    static_assert(detail::isOptionalField<F>);
     return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<C>, &detail::writeOptional<C>, &detail::optionalPresent<C>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
 }
 
 }  // namespace child

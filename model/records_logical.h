@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "model/boxed.h"
 #include "model/records_physical.h"
 
 // Records of the logical resources: virtual devices, their data sets and
@@ -144,20 +145,20 @@ struct VirtualDev {
     Flag suspendMount = 0, prefetchEnabled = 0;
     std::int32_t osType = 0;  // kOsType, written only when not 0
     std::uint32_t status = 0;
-    std::optional<NASFileSystem> fileSystem;
+    Boxed<NASFileSystem> fileSystem;
     std::vector<LocalDataSet> localDataSets;
     Geometry geometry;
     Text inquiryString;  // text content
-    std::optional<RemoteDataSet> remoteDataSet;
-    std::optional<RemoteAccessedDisk> remoteAccessedDisk;
-    std::optional<SnapshotPolicy> snapshotPolicy;
-    std::optional<KeyframePolicy> keyframePolicy;
+    Boxed<RemoteDataSet> remoteDataSet;
+    Boxed<RemoteAccessedDisk> remoteAccessedDisk;
+    Boxed<SnapshotPolicy> snapshotPolicy;
+    Boxed<KeyframePolicy> keyframePolicy;
     std::optional<LookbackDataSet> lookbackDataSet;
-    std::optional<BackupPolicy> backupPolicy;
-    std::optional<WormPolicy> wormPolicy;
+    Boxed<BackupPolicy> backupPolicy;
+    Boxed<WormPolicy> wormPolicy;
     std::optional<CacheProperty> cacheProperty;
-    std::optional<FastlanePolicy> fastlanePolicy;
-    std::optional<PrefetchProperties> prefetchProperties;
+    Boxed<FastlanePolicy> fastlanePolicy;
+    Boxed<PrefetchProperties> prefetchProperties;
     std::vector<InfoItem> infoItems;
 };
 

@@ -1,10 +1,14 @@
-// A record's text behaves as std::optional<std::string> does, at a pointer's width.
+// A record's text and a boxed sub-record behave as std::optional does, at a
+// pointer's width.
+#include "model/boxed.h"
 #include "model/text.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
+
+#include "model/records.h"
 
 namespace model {
 namespace {
@@ -66,6 +70,42 @@ TEST(Text, ComparesAsAnOptionalDoes) {
     EXPECT_THROW(static_cast<void>(absent.value()), std::bad_optional_access);
     EXPECT_EQ(absent.value_or("fallback"), "fallback");
     EXPECT_EQ(a.value_or("fallback"), "a");
+}
+
+TEST(Boxed, BehavesAsAnOptionalRecord) {
+    EXPECT_EQ(sizeof(Boxed<SnapshotPolicy>), sizeof(void*));
+    struct Row {
+        const char* rule;
+        Boxed<SnapshotPolicy> (*make)();
+        std::optional<std::int8_t> autoDelete;  // absent: no policy
+    };
+    const Row rows[] = {
+        {"default is absent", [] { return Boxed<SnapshotPolicy>(); }, std::nullopt},
+        {"emplace gives a zero record", [] { Boxed<SnapshotPolicy> b; b.emplace(); return b; }, 0},
+        {"from a record", [] { return Boxed<SnapshotPolicy>(SnapshotPolicy{.autoDelete = 1}); }, 1},
+        {"empty braces empty it",
+         [] { Boxed<SnapshotPolicy> b = SnapshotPolicy{.autoDelete = 1}; b = {}; return b; }, std::nullopt},
+        {"assignment replaces the record",
+         [] { Boxed<SnapshotPolicy> b; b = SnapshotPolicy{.autoDelete = 1}; b->autoDelete = 0; return b; }, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        const Boxed<SnapshotPolicy> boxed = row.make();
+        ASSERT_EQ(boxed.has_value(), row.autoDelete.has_value());
+        if (boxed) {
+            EXPECT_EQ(boxed->autoDelete, *row.autoDelete);
+        }
+    }
+
+    // A copy of a device owns its policy: changing one leaves the other.
+    VirtualDev device;
+    device.snapshotPolicy = SnapshotPolicy{.autoDelete = 1};
+    VirtualDev copy = device;
+    copy.snapshotPolicy->autoDelete = 0;
+    EXPECT_EQ(device.snapshotPolicy->autoDelete, 1);
+    VirtualDev moved = std::move(copy);
+    EXPECT_EQ(moved.snapshotPolicy->autoDelete, 0);
+    EXPECT_TRUE(VirtualDev().snapshotPolicy == std::nullopt);
 }
 
 }  // namespace
