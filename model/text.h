@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,7 +22,8 @@ public:
     /// empties the text instead of picking a pointer conversion).
     template <class S, class = std::enable_if_t<std::is_constructible_v<std::string, S&&> &&
                                                 !std::is_same_v<std::decay_t<S>, Text> &&
-                                                !std::is_same_v<std::decay_t<S>, std::nullopt_t>>>
+                                                !std::is_same_v<std::decay_t<S>, std::nullopt_t> &&
+                                                !std::is_same_v<std::decay_t<S>, std::nullptr_t>>>
     Text(S&& value) : value_(std::make_unique<std::string>(std::forward<S>(value))) {}
     Text(const std::optional<std::string>& value)
         : value_(value ? std::make_unique<std::string>(*value) : nullptr) {}
@@ -39,7 +41,8 @@ public:
     }
     template <class S, class = std::enable_if_t<std::is_constructible_v<std::string, S&&> &&
                                                 !std::is_same_v<std::decay_t<S>, Text> &&
-                                                !std::is_same_v<std::decay_t<S>, std::nullopt_t>>>
+                                                !std::is_same_v<std::decay_t<S>, std::nullopt_t> &&
+                                                !std::is_same_v<std::decay_t<S>, std::nullptr_t>>>
     Text& operator=(S&& value) {
         if (value_) {
             *value_ = std::forward<S>(value);
