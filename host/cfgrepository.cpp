@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <string>
 #include <strings.h>
 #include <sys/stat.h>
 
 #include "xml/home.h"
 #include "xml/log.h"
+#include "xml/posix_ops.h"
 
 namespace host {
 
@@ -180,6 +183,88 @@ std::string shellQuoted(const std::string& text) {
     return quoted;
 }
 
+// ---- the device, through the system-call table ----
+
+// The device's I/O goes through xml::posixOps() so that tests can fail any
+// call of a deposit; the stream on top keeps the sector code plain stdio. The
+// cookie is the descriptor itself.
+int cookieFd(void* cookie) { return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie)); }
+
+ssize_t deviceRead(void* cookie, char* data, std::size_t size) {
+    ssize_t n;
+    while ((n = xml::posixOps().read(cookieFd(cookie), data, size)) < 0 && errno == EINTR) {
+    }
+    return n;
+}
+
+// A short count makes stdio mark the stream failed, so write all or fail.
+ssize_t deviceWrite(void* cookie, const char* data, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = xml::posixOps().write(cookieFd(cookie), data + done, size - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<ssize_t>(size);
+}
+
+int deviceSeek(void* cookie, off64_t* offset, int whence) {
+    const off_t at = xml::posixOps().lseek(cookieFd(cookie), static_cast<off_t>(*offset), whence);
+    if (at < 0) return -1;
+    *offset = at;
+    return 0;
+}
+
+int deviceClose(void* cookie) { return xml::posixOps().close(cookieFd(cookie)); }
+
+// fopen's modes ("r", "r+", "w", "w+", "a", "a+", any with "b") as open flags.
+int openFlags(const char* mode) {
+    const bool update = std::strchr(mode, '+') != nullptr;
+    switch (mode[0]) {
+    case 'w': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
+    case 'a': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+    default:  return update ? O_RDWR : O_RDONLY;
+    }
+}
+
+std::FILE* openDevice(const char* path, const char* mode) {
+    const int fd = xml::posixOps().open(path, openFlags(mode), 0666);
+    if (fd < 0) return nullptr;
+    const cookie_io_functions_t io = {deviceRead, deviceWrite, deviceSeek, deviceClose};
+    std::FILE* file = ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(fd)), mode, io);
+    if (file == nullptr) {
+        const int error = errno;
+        static_cast<void>(xml::posixOps().close(fd));
+        errno = error;
+    }
+    return file;
+}
+
+// Reads the keys of a description: section headers do not matter, keys are
+// compared without regard to case, and reading stops once both are known.
+// `found` gets what was seen; true when both keys were.
+bool scanDescription(std::FILE* in, RepositoryConf& found) {
+    bool haveVid = false;
+    bool haveEnding = false;
+    char line[1024];
+    char key[sizeof line];
+    char value[sizeof line];
+    while (!(haveVid && haveEnding) && std::fgets(line, sizeof line, in) != nullptr) {
+        if (std::sscanf(line, "[%1023[^]]", value) == 1) continue;
+        if (std::sscanf(line, "%1023s = %1023[^\n]", key, value) != 2) continue;
+        if (::strcasecmp(key, "vid") == 0) {
+            found.vid = std::atoi(value);
+            haveVid = true;
+        } else if (::strcasecmp(key, "endingSector") == 0) {
+            const unsigned long long sector = std::strtoull(value, nullptr, 10);
+            found.endingSector = static_cast<std::uint32_t>(std::min<unsigned long long>(sector, UINT32_MAX));
+            haveEnding = true;
+        }
+    }
+    return haveVid && haveEnding;
+}
+
 }  // namespace
 
 // ---- layouts ----
@@ -263,7 +348,7 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
     const std::time_t deadline = std::time(nullptr) + kBusyDeadlineSeconds;
     std::FILE* file = nullptr;
     // The partner may hold the device for a moment; anything but EBUSY is final.
-    while ((file = std::fopen(path, mode)) == nullptr && errno == EBUSY && std::time(nullptr) < deadline) {
+    while ((file = openDevice(path, mode)) == nullptr && errno == EBUSY && std::time(nullptr) < deadline) {
         struct timespec pause {0, 999'999'999};
         ::nanosleep(&pause, nullptr);
     }
@@ -301,34 +386,28 @@ int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) n
                        path.c_str());
         return -1;
     }
-    int vid = -1;
-    std::uint32_t endingSector = 0;
-    bool haveVid = false;
-    bool haveEnding = false;
-    char line[1024];
-    char key[sizeof line];
-    char value[sizeof line];
-    while (!(haveVid && haveEnding) && std::fgets(line, sizeof line, in) != nullptr) {
-        if (std::sscanf(line, "[%1023[^]]", value) == 1) continue;  // section names do not matter
-        if (std::sscanf(line, "%1023s = %1023[^\n]", key, value) != 2) continue;
-        if (::strcasecmp(key, "vid") == 0) {
-            vid = std::atoi(value);
-            haveVid = true;
-        } else if (::strcasecmp(key, "endingSector") == 0) {
-            const unsigned long long sector = std::strtoull(value, nullptr, 10);
-            endingSector = static_cast<std::uint32_t>(std::min<unsigned long long>(sector, UINT32_MAX));
-            haveEnding = true;
-        }
-    }
+    RepositoryConf found;
+    const bool complete = scanDescription(in, found);
     std::fclose(in);
-    if (!(haveVid && haveEnding)) {
+    if (!complete) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_getRepositoryConf"),
                        "MGT_ERROR: Failed to get info from file \"%s\", vid =%d, endingSector = %lu", path.c_str(),
-                       vid, static_cast<unsigned long>(endingSector));
+                       found.vid, static_cast<unsigned long>(found.endingSector));
         return -1;
     }
-    conf->vid = vid;
-    conf->endingSector = endingSector;
+    *conf = found;
+    return 0;
+}
+
+int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, RepositoryConf* conf) noexcept {
+    if (text == nullptr || length == 0) return -1;  // no keys in nothing
+    std::FILE* in = ::fmemopen(const_cast<char*>(text), length, "r");
+    if (in == nullptr) return -1;
+    RepositoryConf found;
+    const bool complete = scanDescription(in, found);
+    std::fclose(in);
+    if (!complete) return -1;
+    *conf = found;
     return 0;
 }
 
