@@ -96,7 +96,9 @@ std::uint64_t areaSector(const Repository& repository, std::uint32_t offset) {
 // Seeks and transfers one block; returns the bytes transferred.
 std::size_t writeBlock(Repository& repository, std::uint64_t sector, const void* buffer, std::size_t size) {
     if (::fseeko(repository.device(), static_cast<off_t>(sector * kSectorSize), SEEK_SET) != 0) return 0;
-    return std::fwrite(buffer, 1, size, repository.device());
+    const std::size_t wrote = std::fwrite(buffer, 1, size, repository.device());
+    // The stream is buffered for reading; a block counts once it reached the device.
+    return std::fflush(repository.device()) == 0 ? wrote : 0;
 }
 
 bool writeItemSection(Repository& repository, const ItemSection& item, const char* source) {
@@ -425,8 +427,8 @@ int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>
     }
     std::FILE* device = CFGREPOSITORY_fopenRetry(devicePath.c_str(), "r+b");
     if (device == nullptr) return -1;
-    // Sector I/O goes straight to the device, so a short write is seen where it happens.
-    std::setvbuf(device, nullptr, _IONBF, 0);
+    // A buffer, or stdio reads a cookie stream byte by byte; writes are flushed per block.
+    std::setvbuf(device, nullptr, _IOFBF, 8 * kSectorSize);
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepository"), "Opened \"%s\".", devicePath.c_str());
     *out = std::make_unique<Repository>(device, std::move(devicePath), conf.vid, conf.endingSector);
     return 0;
