@@ -446,7 +446,9 @@ TEST_F(WritePath, EveryCallFailingInTurn) {
                 const std::string exit = "Exit - filename = \"" + scene.temp(::getpid()) + "\", ret=";
                 const bool deposited = log.has(exit + "0");
                 EXPECT_TRUE(deposited || log.has(exit + "-1")) << testing::PrintToString(log.messages());
-                if (!rec.anyFailed("device")) EXPECT_TRUE(deposited);
+                if (!rec.anyFailed("device")) {
+                    EXPECT_TRUE(deposited);
+                }
                 if (deposited) {
                     EXPECT_EQ(storedCopy(scene.dir(), scene.target()), gNewDocument);
                     EXPECT_EQ(storedCopy(scene.dir(), scene.target() + ".org"), gNewDocument);
