@@ -41,16 +41,16 @@ std::string bigDocument() {
             .connections = {model::VirtualDevConnection{.id = i}, model::VirtualDevConnection{.id = i + 1}}});
         bridge.sanClientList.items.push_back(std::move(client));
     }
-    writer::OwnedBytes bytes = writer::writeDocumentToMemory(&bridge, 0);
-    return std::string(bytes.bytes.get(), static_cast<std::size_t>(bytes.length));
+    writer::ConfigText bytes = writer::writeDocumentToMemory(&bridge, 0);
+    return std::string(bytes.text.get(), static_cast<std::size_t>(bytes.length));
 }
 
 void RoundTrip45(benchmark::State& state) {
     const std::string document = bigDocument();
     for (auto _ : state) {
         auto bridge = model::readBridge45(document.data(), document.size());
-        writer::OwnedBytes out = writer::writeDocumentToMemory(bridge.get(), 0);
-        benchmark::DoNotOptimize(out.bytes.get());
+        writer::ConfigText out = writer::writeDocumentToMemory(bridge.get(), 0);
+        benchmark::DoNotOptimize(out.text.get());
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(document.size()));
     state.counters["document_MB"] = static_cast<double>(document.size()) / 1e6;
@@ -61,8 +61,8 @@ void Write45(benchmark::State& state) {
     const std::string document = bigDocument();
     auto bridge = model::readBridge45(document.data(), document.size());
     for (auto _ : state) {
-        writer::OwnedBytes out = writer::writeDocumentToMemory(bridge.get(), 0);
-        benchmark::DoNotOptimize(out.bytes.get());
+        writer::ConfigText out = writer::writeDocumentToMemory(bridge.get(), 0);
+        benchmark::DoNotOptimize(out.text.get());
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(document.size()));
 }

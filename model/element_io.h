@@ -40,13 +40,19 @@ enum class TopLevel : std::uint8_t { End, Target, Other };
 /// parsed and released, or any other token).
 TopLevel nextTopLevel(ParseContext& ctx, int target, const ElementName** entry) noexcept;
 
+/// Whether the end of input without any target element is reported like a
+/// failed one (the 4.5 readers) or passes silently (the 4.0 reader).
+enum class WhenNone : std::uint8_t { Report, Silent };
+
 /// The document loop: reads every top-level token; each `target` element is
 /// parsed, the last one read wins. A target whose parser yields nothing writes
 /// `parseError` to stderr and stops the loop; so does the end of input without
-/// one. Returns the record or null.
+/// one, unless `whenNone` is Silent. Returns the record or null.
 template <class R>
-std::unique_ptr<R> readDocument(ParseContext& ctx, const Layout<R>& target, const char* parseError) noexcept {
+std::unique_ptr<R> readDocument(ParseContext& ctx, const Layout<R>& target, const char* parseError,
+                                WhenNone whenNone = WhenNone::Report) noexcept {
     std::unique_ptr<R> result;
+    bool failed = false;
     for (;;) {
         const ElementName* entry = nullptr;
         const TopLevel next = nextTopLevel(ctx, target.element, &entry);
@@ -63,11 +69,12 @@ std::unique_ptr<R> readDocument(ParseContext& ctx, const Layout<R>& target, cons
         }
         if (!parsed) {
             result.reset();
+            failed = true;
             break;
         }
         result = std::move(record);
     }
-    if (result == nullptr) std::fputs(parseError, stderr);
+    if (failed || (result == nullptr && whenNone == WhenNone::Report)) std::fputs(parseError, stderr);
     return result;
 }
 

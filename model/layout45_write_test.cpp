@@ -17,8 +17,8 @@ template <class R>
 std::string written(const Layout<R>& layout, const R& record) {
     writer::XmlSink out = writer::XmlSink::toMemory();
     writeRecord(out, layout, record);
-    writer::OwnedBytes bytes = out.takeBuffer();
-    return std::string(bytes.bytes.get(), static_cast<std::size_t>(bytes.length));
+    writer::ConfigText bytes = out.takeBuffer();
+    return std::string(bytes.text.get(), static_cast<std::size_t>(bytes.length));
 }
 
 struct Row {

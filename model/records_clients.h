@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "model/records_logical.h"
+#include "writer/sink.h"
 #include "model/records_physical.h"
 
 // Records of the clients, the failover pairing, the bridge's options and the
@@ -255,9 +256,10 @@ struct Properties {
 };
 
 struct SANBridge;
-struct SerializedText;
-/// Serialises a bridge into `out`; 0 or a 0x9001xxxx status.
-using BridgeSerializer = std::uint32_t (*)(const SANBridge& bridge, SerializedText& out);
+using SerializedText = writer::ConfigText;
+/// Serialises a bridge into `out`; 0 or a 0x9001xxxx status (0x9001000D when
+/// either argument is missing).
+using BridgeSerializer = std::uint32_t (*)(const SANBridge* bridge, SerializedText* out);
 
 /// The 4.5 root: one server.
 struct SANBridge {
@@ -276,12 +278,6 @@ struct SANBridge {
     // Set by the conversion, never read or written by the document code.
     BridgeSerializer serializer = nullptr;
     std::uint32_t options = 0;
-};
-
-/// Bytes that a serializer produced: owned, not NUL-terminated, null when empty.
-struct SerializedText {
-    std::unique_ptr<char[]> text;
-    std::int32_t length = 0;
 };
 
 }  // namespace model

@@ -33,8 +33,8 @@ protected:
     static std::string roundTrip(const std::string& document) {
         std::unique_ptr<model::SANBridge> bridge = model::readBridge45(document.data(), document.size());
         if (bridge == nullptr) return "(no bridge)";
-        writer::OwnedBytes out = writer::writeDocumentToMemory(bridge.get(), 0);
-        return std::string(out.bytes.get(), static_cast<std::size_t>(out.length));
+        writer::ConfigText out = writer::writeDocumentToMemory(bridge.get(), 0);
+        return std::string(out.text.get(), static_cast<std::size_t>(out.length));
     }
 
     // The framing around one bridge element, as the writer puts it.

@@ -1,14 +1,10 @@
 #pragma once
-#include <cstdint>
-#include <memory>
+#include "writer/sink.h"
 
 namespace tool {
 
-/// A document's text in memory: exactly the file's bytes, not NUL-terminated.
-struct ConfigText {
-    std::unique_ptr<char[]> text;  // null when empty
-    std::int32_t length = 0;
-};
+/// The input file's text: exactly the file's bytes, not NUL-terminated.
+using ConfigText = writer::ConfigText;
 
 /// Frees the text and sets the length to 0; fine on an empty record.
 void releaseText(ConfigText& record) noexcept;

@@ -48,7 +48,7 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
     out.write("</SANConfig>");
 }
 
-OwnedBytes writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept {
+ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept {
     if (bridge == nullptr) return {};
     XmlSink out = XmlSink::toMemory();
     writeDocument(out, *bridge, when);

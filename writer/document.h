@@ -14,7 +14,7 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
 
 /// The document in memory; null bytes and length 0 when there is no root or
 /// nothing could be written.
-OwnedBytes writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept;
+ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept;
 
 /// Writes the bridge element alone, starting at the sink's current position.
 void writeBridge(XmlSink& out, const model::SANBridge& bridge) noexcept;

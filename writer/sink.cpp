@@ -144,11 +144,11 @@ void XmlSink::escaped(const std::optional<std::string>& text) noexcept {
     if (text) escaped(std::string_view(text->c_str()));
 }
 
-OwnedBytes XmlSink::takeBuffer() noexcept {
-    OwnedBytes taken;
+ConfigText XmlSink::takeBuffer() noexcept {
+    ConfigText taken;
     if (file_ != nullptr || cursor_ == start_) return taken;
     taken.length = static_cast<std::int32_t>(size());
-    taken.bytes.reset(start_);
+    taken.text.reset(start_);
     start_ = cursor_ = end_ = nullptr;
     return taken;
 }

@@ -11,9 +11,11 @@
 
 namespace writer {
 
-/// Bytes handed over by a memory sink: owned, not NUL-terminated.
-struct OwnedBytes {
-    std::unique_ptr<char[]> bytes;  // null when nothing was written
+/// A document's text in memory: owned bytes, not NUL-terminated, with their
+/// count beside them. The input file's text, a serialised model and a memory
+/// sink's output all travel in it.
+struct ConfigText {
+    std::unique_ptr<char[]> text;  // null when empty
     std::int32_t length = 0;
 };
 
@@ -58,7 +60,7 @@ public:
 
     /// Memory mode: hands the bytes over and empties the sink; null bytes and
     /// length 0 when nothing was written. Stream mode: always empty.
-    OwnedBytes takeBuffer() noexcept;
+    ConfigText takeBuffer() noexcept;
     /// Stream mode: writes what is buffered. Memory mode: nothing.
     void flush() noexcept;
     /// Bytes written so far (memory mode), or buffered and not yet flushed.

@@ -18,8 +18,15 @@ void TemporaryHome::SetUp() {
 void TemporaryHome::TearDown() { std::filesystem::remove_all(home_); }
 
 TemporaryHome* addTemporaryHome(TemporaryHome* home) {
-    ::testing::AddGlobalTestEnvironment(home);
-    return home;
+    // One home per binary, however many test files ask for it.
+    static TemporaryHome* registered = nullptr;
+    if (registered == nullptr) {
+        registered = home != nullptr ? home : new TemporaryHome;
+        ::testing::AddGlobalTestEnvironment(registered);
+    } else {
+        delete home;
+    }
+    return registered;
 }
 
 }  // namespace testing_support

@@ -17,7 +17,8 @@ private:
     std::string home_;
 };
 
-/// Registers `home` (owned by GoogleTest from then on) and returns it.
-TemporaryHome* addTemporaryHome(TemporaryHome* home = new TemporaryHome);
+/// Registers `home` (a plain TemporaryHome when null; owned by GoogleTest from
+/// then on) and returns it. Later calls in the same binary return the first one.
+TemporaryHome* addTemporaryHome(TemporaryHome* home = nullptr);
 
 }  // namespace testing_support

@@ -1,0 +1,166 @@
+#include "tool/migrate.h"
+
+#include <new>
+#include <utility>
+
+#include "legacy/sanparse_x.h"
+#include "model/layout45.h"
+#include "model/sanparse.h"
+#include "writer/sink.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::uint32_t kMissingArgument = 0x9001000D;
+constexpr std::uint32_t kNothingProduced = 0x90010005;
+constexpr std::int32_t kConnectionScsi = 2;
+
+// Thrown inside the migration when a part can't be built; caught at its entry.
+struct MigrationFailed {};
+
+model::PhysicalAdapter rebuildAdapter(legacy::PhysicalAdapter& old) {
+    model::PhysicalAdapter adapter;
+    adapter.number = old.number;
+    adapter.channels = old.channels;
+    adapter.mode = old.mode;
+    adapter.info = old.info;
+    adapter.WWPN = old.WWPN;
+    adapter.spoofWWPN = old.spoofWWPN;
+    adapter.monitorWWPN = old.monitorWWPN;
+    adapter.secondaryStandbyWWPN = old.secondaryStandbyWWPN;
+    // bus, device, irq, biosWWPN and mismatch are new in 4.5; moduleName,
+    // vsaEnabled, maxAliasCount and alpa are deliberately not carried: the
+    // 4.5 server finds them out again.
+    adapter.persistentBinding = std::move(old.persistentBinding);
+    adapter.aliasWWPNList = std::move(old.aliasWWPNList);
+    adapter.standbyAliasWWPNList = std::move(old.standbyAliasWWPNList);
+    return adapter;
+}
+
+// A disk seen through a further path lists its first path first; 4.5 keeps
+// one device per disk, the one whose own address is that first path.
+bool isFurtherPath(const model::PhysicalDev& device) {
+    if (device.scsiAliasing.items.empty()) return false;
+    const model::DeviceAlias& first = device.scsiAliasing.items.front();
+    const model::SCSIAddress& own = device.scsiAddress;
+    return first.adapter != own.adapter || first.channel != own.channel || first.id != own.id ||
+           first.lun != own.lun;
+}
+
+// The server partition goes through its text form: written with the 4.5
+// writer, read back with the 4.5 reader.
+model::NimbraPartition roundTripPartition(const model::NimbraPartition& old) {
+    writer::XmlSink out = writer::XmlSink::toMemory();
+    model::writeRecord(out, model::kNimbraPartition45, old);
+    const writer::ConfigText text = out.takeBuffer();
+    if (!text.text) throw MigrationFailed{};
+    std::unique_ptr<model::NimbraPartition> read =
+        model::readPartition45(text.text.get(), static_cast<std::size_t>(text.length));
+    if (!read) throw MigrationFailed{};
+    return std::move(*read);
+}
+
+model::PhysicalDev convertDevice(const model::PhysicalDev& old) {
+    model::PhysicalDev device;
+    device.name = old.name;
+    device.type = old.type;
+    device.guid = old.guid;
+    device.fsid = old.fsid;
+    device.wwid = old.wwid;
+    device.owner = old.owner;
+    device.devName = old.devName;
+    device.inquiryString = old.inquiryString;
+    device.comments = old.comments;
+    device.category = old.category;
+    device.isNew = old.isNew;
+    device.fsidRelianceEnabled = old.fsidRelianceEnabled;
+    device.queueDepth = old.queueDepth;
+    device.geometry = old.geometry;
+    device.scsiAddress = old.scsiAddress;
+    // Every migrated device names its connection; 4.0 left it unset for SCSI disks.
+    device.connectionType = old.connectionType != 0 ? old.connectionType : kConnectionScsi;
+    device.lunType = 0;
+    device.scsiAliasing.items.reserve(old.scsiAliasing.items.size());
+    for (const model::DeviceAlias& oldAlias : old.scsiAliasing.items) {
+        model::DeviceAlias alias;  // the alias's guid is not carried
+        alias.adapter = oldAlias.adapter;
+        alias.channel = oldAlias.channel;
+        alias.id = oldAlias.id;
+        alias.lun = oldAlias.lun;
+        alias.wwid = oldAlias.wwid;
+        alias.name = oldAlias.name;
+        device.scsiAliasing.items.push_back(std::move(alias));
+    }
+    // A fresh configuration-partition record: the 4.0 area is not valid in 4.5.
+    if (old.confPartition) device.confPartition.emplace();
+    device.nimbraPartition = roundTripPartition(old.nimbraPartition);
+    // As many facts as before, but empty: their 4.0 texts do not apply any more.
+    device.infoItems.resize(old.infoItems.size());
+    return device;
+}
+
+}  // namespace
+
+std::uint32_t serialiseDownLevel(const model::SANBridge* bridge, model::SerializedText* out) noexcept {
+    if (bridge == nullptr || out == nullptr) return kMissingArgument;
+    *out = model::SerializedText{};
+    // The 4.5-to-4.0 back-conversion and the 4.0 writer are not part of this
+    // tool (it empties the slot before serialising), so nothing is produced.
+    return kNothingProduced;
+}
+
+std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
+    try {
+        auto root = std::make_unique<model::SANBridge>();
+        std::vector<legacy::PhysicalAdapter>& oldAdapters = old.physicalResources.physicalAdapters;
+
+        // Everything that can fail comes first, so a failure leaves `old` whole.
+        std::size_t deviceCount = 0;
+        for (const legacy::PhysicalAdapter& adapter : oldAdapters) deviceCount += adapter.physicalDevs.size();
+        std::vector<model::PhysicalDev>& devices = root->physicalResources.physicalDevs.items;
+        devices.reserve(deviceCount);
+        for (const legacy::PhysicalAdapter& adapter : oldAdapters) {
+            for (const model::PhysicalDev& device : adapter.physicalDevs) {
+                if (!isFurtherPath(device)) devices.push_back(convertDevice(device));
+            }
+        }
+        std::vector<model::PhysicalAdapter>& adapters = root->physicalResources.physicalAdapters.items;
+        adapters.reserve(oldAdapters.size());
+
+        // From here on nothing allocates: the rest moves across.
+        for (legacy::PhysicalAdapter& adapter : oldAdapters) adapters.push_back(rebuildAdapter(adapter));
+        root->physicalResources.blockDevices = std::move(old.physicalResources.blockDevices);
+        root->name = std::move(old.name);
+        root->ipAddr = std::move(old.ipAddr);
+        root->ipsanPort = old.ipsanPort;
+        root->timestamp = std::move(old.timestamp);
+        root->instance = old.instance;
+        root->properties = std::move(old.properties);
+        // The 4.0 SANBridgeInfo lists clients, which 4.5 keeps only in SANClientList.
+        root->failoverPrimary = std::move(old.failoverPrimary);
+        root->failoverSecondary = std::move(old.failoverSecondary);
+        root->logicalResources = std::move(old.logicalResources);
+        root->sanClientList = std::move(old.sanClientList);
+        oldAdapters.clear();  // the devices that were converted or skipped go with them
+        root->serializer = &serialiseDownLevel;
+        return root;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    } catch (const MigrationFailed&) {
+        return nullptr;
+    }
+}
+
+std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
+                                                  std::uint32_t* errorOut) noexcept {
+    if (errorOut != nullptr) *errorOut = 0;
+    std::unique_ptr<legacy::SANBridge> old =
+        legacy::readBridge40(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+    if (!old) return nullptr;
+    std::unique_ptr<model::SANBridge> root = migrate(*old);
+    if (root) root->options = options;
+    return root;
+}
+
+}  // namespace tool

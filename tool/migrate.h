@@ -1,0 +1,28 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+
+#include "legacy/records40.h"
+#include "model/records.h"
+
+namespace tool {
+
+/// A new 4.5 root built from the 4.0 root `old`: the physical side rebuilt
+/// (adapters without devices, every disk once in one list), everything else
+/// moved across, and the down-level serialiser installed. Null when a part
+/// could not be built; the partial root is then released. `old` is left to the
+/// caller, emptied of what moved.
+std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept;
+
+/// Reads the 4.0 document in `text` and migrates it; `options` is kept in the
+/// new root. *errorOut, when given, is set to 0 and never to anything else.
+/// Null when the document yields no bridge or the migration fails.
+std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
+                                                  std::uint32_t* errorOut) noexcept;
+
+/// The serialiser the migration installs, for writing a migrated root back in
+/// the 4.0 layout: 0x9001000D when either argument is missing, else the record
+/// is cleared and 0x90010005 returned, as nothing is produced.
+std::uint32_t serialiseDownLevel(const model::SANBridge* bridge, model::SerializedText* out) noexcept;
+
+}  // namespace tool
