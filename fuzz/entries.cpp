@@ -5,6 +5,7 @@
 
 #include "host/cfgrepository.h"
 #include "model/sanparse.h"
+#include "tool/migrate.h"
 #include "writer/document.h"
 #include "xml/lexer.h"
 #include "xml/log.h"
@@ -38,6 +39,16 @@ void lexAll(const std::uint8_t* data, std::size_t size) noexcept {
     } catch (const std::bad_alloc&) {
         // an input too big for the fuzzer's memory limit: not a finding
     }
+}
+
+void convert40(const std::uint8_t* data, std::size_t size) noexcept {
+    silenceLog();
+    const std::string_view text = withoutTrailingCR(data, size);
+    std::unique_ptr<model::SANBridge> root =
+        tool::parseAndMigrate(text.data(), static_cast<std::int32_t>(text.size()), 0x0400037F, nullptr);
+    if (!root) return;
+    root->serializer = nullptr;  // as the tool does: the 4.5 layout
+    static_cast<void>(writer::writeDocumentToMemory(root.get(), 0));
 }
 
 void read45AndWrite(const std::uint8_t* data, std::size_t size) noexcept {

@@ -11,6 +11,10 @@ namespace fuzz {
 /// decodes an attribute value's entities).
 void lexAll(const std::uint8_t* data, std::size_t size) noexcept;
 
+/// The 4.0 reader over the input, the migration of what it read, and the
+/// 4.5 document of the result serialised to memory.
+void convert40(const std::uint8_t* data, std::size_t size) noexcept;
+
 /// The 4.5 reader over the input, and the document of what it read written
 /// back to memory.
 void read45AndWrite(const std::uint8_t* data, std::size_t size) noexcept;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <new>
 #include <string>
 #include <strings.h>
 #include <sys/stat.h>
@@ -374,7 +375,7 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
     return nullptr;
 }
 
-int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept {
+int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept try {
     const std::string path = std::string(baseDir) + '/' + kDescriptionName;
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
@@ -399,6 +400,8 @@ int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) n
     }
     *conf = found;
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, RepositoryConf* conf) noexcept {
@@ -413,7 +416,7 @@ int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, Repo
     return 0;
 }
 
-int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept {
+int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept try {
     RepositoryConf conf;
     const int read = CFGREPOSITORY_getRepositoryConf(baseDir, &conf);
     if (read != 0) return read;
@@ -432,6 +435,8 @@ int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepository"), "Opened \"%s\".", devicePath.c_str());
     *out = std::make_unique<Repository>(device, std::move(devicePath), conf.vid, conf.endingSector);
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 void CFGREPOSITORY_freeRepository(std::unique_ptr<Repository> repository) noexcept { repository.reset(); }
@@ -470,7 +475,7 @@ int CFGREPOSITORY_getMasterHeader(Repository* repository, MasterHeader* master) 
 }
 
 int CFGREPOSITORY_getItemSection(Repository* repository, const MasterHeader& master, const char* name,
-                                 ItemSection* item) noexcept {
+                                 ItemSection* item) noexcept try {
     // Sections past the largest table would be data areas, whatever the count says.
     const int count = std::clamp<int>(master.itemCount(), 0, kMaxItems);
     for (int i = 0; i < count; ++i) {
@@ -489,9 +494,11 @@ int CFGREPOSITORY_getItemSection(Repository* repository, const MasterHeader& mas
         }
     }
     return 1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSection* item) noexcept {
+int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSection* item) noexcept try {
     const int count = master->itemCount();
     if (count + 1 > kMaxItems) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_addItemSection"),
@@ -509,20 +516,24 @@ int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSec
     master->setItemCount(static_cast<std::int16_t>(count + 1));
     master->setItemsEnd(master->itemsBase() + static_cast<std::uint32_t>(kSectorSize) * (count + 1));
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_gzipFile(const char* path) noexcept {
+int CFGREPOSITORY_gzipFile(const char* path) noexcept try {
     const std::string source = path;
     const std::string target = source + ".gz";
     const std::string command = "/bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
     const int status = std::system(command.c_str());
     struct stat compressed {};
     return status == 0 && ::stat(target.c_str(), &compressed) == 0 ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_rmFile(const char* path) noexcept { return std::remove(path); }
 
-int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot, const char* source) noexcept {
+int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot, const char* source) noexcept try {
     struct stat status {};
     if (::stat(source, &status) != 0) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_copyInFile"), "File \"%s\" does not exist.", source);
@@ -587,10 +598,12 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
     item->setStoredSize(static_cast<std::uint32_t>(stored));
     item->setLastSlot(static_cast<std::uint8_t>(slot));
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_depositFile(Repository* repository, MasterHeader* master, ItemSection* item,
-                              const char* source) noexcept {
+                              const char* source) noexcept try {
     const int slot = chooseSlot(*item, "CFGREPOSITORY_depositFile");
     if (slot < 0) return -1;
     if (!assignDataArea(*repository, *master, *item, slot, source, "CFGREPOSITORY_depositFile")) return -1;
@@ -607,10 +620,12 @@ int CFGREPOSITORY_depositFile(Repository* repository, MasterHeader* master, Item
     if (!writeItemSection(*repository, *item, source)) return -1;
     master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, const ItemSection& from,
-                                 ItemSection* to) noexcept {
+                                 ItemSection* to) noexcept try {
     if (from.lastSlot() >= from.copies()) return -1;  // nothing deposited to copy
     const std::uint32_t size = from.storedSize();
     if (size > to->allotted()) return -1;
@@ -638,6 +653,8 @@ int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, c
     if (!writeItemSection(*repository, *to, name.c_str())) return -1;
     master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 namespace {
@@ -708,7 +725,7 @@ int depositInto(Repository& repository, const char* filename, const char* stored
 }  // namespace
 
 int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const char* saveAs,
-                            const char* owner) noexcept {
+                            const char* owner) noexcept try {
     if (baseDir == nullptr) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_addFileAs"), "MGT_ERROR: base_dir cannot be NULL");
         return -1;
@@ -729,6 +746,8 @@ int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const cha
     CFGREPOSITORY_freeRepository(std::move(repository));
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_addFileAs"), "Exit - filename = \"%s\", ret=%d", filename, ret);
     return ret;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 }  // namespace host

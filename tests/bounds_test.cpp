@@ -37,8 +37,8 @@ std::size_t tokensOf(const std::string& text) {
 }
 
 std::string written(const model::SANBridge& bridge) {
-    const writer::OwnedBytes bytes = writer::writeDocumentToMemory(&bridge, 0);
-    return std::string(bytes.bytes.get(), static_cast<std::size_t>(bytes.length));
+    const writer::ConfigText bytes = writer::writeDocumentToMemory(&bridge, 0);
+    return std::string(bytes.text.get(), static_cast<std::size_t>(bytes.length));
 }
 
 #if defined(__SANITIZE_ADDRESS__)

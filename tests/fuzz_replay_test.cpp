@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 using Entry = std::function<void(const std::uint8_t*, std::size_t)>;
 
 const std::map<std::string, Entry> kTargets = {
+    {"convert40", fuzz::convert40},
     {"lexer", fuzz::lexAll},
     {"read45", fuzz::read45AndWrite},
     {"repository_conf", fuzz::readRepositoryDescription},

@@ -24,6 +24,7 @@
 #include "host/status_block.h"
 #include "model/sanparse.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/quorum_store.h"
 #include "tests/support/run_program.h"
 #include "tests/support/temporary_home.h"
 #include "writer/config_file.h"
@@ -34,6 +35,7 @@ namespace {
 
 using testing_support::LogCapture;
 using testing_support::readFile;
+using testing_support::storedCopy;
 using testing_support::writeFile;
 
 testing_support::TemporaryHome* const kHome = testing_support::addTemporaryHome();
@@ -207,29 +209,6 @@ std::unique_ptr<model::SANBridge> gBridge;
 std::string gNewDocument;  // what a complete update leaves in the target
 std::string gNewIndex;
 
-// A formatted store on a sparse device file, owned by this node, with room
-// for the document and its ".org" copy.
-void formatStore(const std::string& baseDir, const std::string& deviceDir) {
-    constexpr std::uint32_t kEndingSector = 70'000;
-    writeFile(baseDir + "/.repository.conf", "[quorum]\nvid = 7\nendingSector = " + std::to_string(kEndingSector) + "\n");
-    std::string header(172, '\0');
-    const auto put = [&](std::size_t at, int width, std::uint64_t value) {
-        for (int i = 0; i < width; ++i) header[at + i] = static_cast<char>(value >> (8 * i));
-    };
-    put(0, 2, 102);       // version
-    put(4, 1, 1);         // copies of a new item
-    header.replace(6, 5, "alpha");
-    put(148, 4, 512);     // items end
-    put(156, 4, 40 * 512);  // first data area
-    put(168, 4, 512);     // items base
-    const std::string device = deviceDir + "/__quorum7__";
-    const int fd = ::open(device.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::ftruncate(fd, static_cast<off_t>(kEndingSector + 1) * 512), 0);
-    ASSERT_EQ(::pwrite(fd, header.data(), header.size(), 0), 172);
-    ::close(fd);
-}
-
 std::string indexPath() { return kHome->path() + "/etc/" + *gBridge->name + "/nimbra.conf.ndx"; }
 
 // A directory in memory where there is one: on a disk file system every
@@ -264,20 +243,16 @@ private:
 class Scene {
 public:
     Scene() {
-        host::setRepositoryDeviceDir(devices_.path().c_str());
-        host::setRepositoryNodeName("alpha");
         reset();
     }
-    ~Scene() {
-        host::setRepositoryDeviceDir(nullptr);
-        host::setRepositoryNodeName(nullptr);
-    }
+    ~Scene() { testing_support::resetQuorumStore(); }
     void reset() const {
         for (const std::string& name : leftovers()) std::filesystem::remove(dir_.file(name));
         writeFile(target(), kOld);
         writeFile(target() + ".previous", kOlder);
         writeFile(indexPath(), kOldIndex);
-        formatStore(dir_.path(), devices_.path());
+        // Room for the document and its ".org" copy, 15 MiB each.
+        testing_support::formatQuorumStore(dir_.path(), devices_.path(), 70'000, "alpha");
     }
     const std::string& dir() const { return dir_.path(); }
     std::string target() const { return dir_.file("nimbra.conf"); }
@@ -300,23 +275,6 @@ private:
     ScratchDir devices_;
 };
 
-// The last copy of `name` in the scene's store, read with the real calls; "" when none.
-std::string storedCopy(const std::string& baseDir, const std::string& name) {
-    std::unique_ptr<host::Repository> repository;
-    if (host::CFGREPOSITORY_getRepository(baseDir.c_str(), &repository) != 0) return "";
-    host::MasterHeader master;
-    host::ItemSection item;
-    if (host::CFGREPOSITORY_getMasterHeader(repository.get(), &master) != 0 ||
-        host::CFGREPOSITORY_getItemSection(repository.get(), master, name.c_str(), &item) != 0 ||
-        item.lastSlot() == host::kNoSlot || item.storedSize() == 0) {
-        return "";
-    }
-    std::string bytes(item.storedSize(), '\0');
-    const std::uint32_t offset = item.slotOffset(item.lastSlot());
-    if (host::CFGREPOSITORY_readDisk(repository.get(), offset / 512, bytes.data(), bytes.size()) != 0) return "";
-    return bytes;
-}
-
 int writeWithTable(const Scene& scene, const xml::PosixOps& ops = real()) {
     xml::posixOps() = ops;
     const int result = writer::writeDocumentToFile(scene.target().c_str(), gBridge.get(), kWhen, ::getpid());
@@ -331,8 +289,8 @@ protected:
         ASSERT_NE(gBridge, nullptr);
         ::mkdir((kHome->path() + "/etc/" + *gBridge->name).c_str(), 0755);
         host::setStatusBlockKey(0x5834457A);  // no such block: the instance is not recorded
-        const writer::OwnedBytes bytes = writer::writeDocumentToMemory(gBridge.get(), kWhen);
-        gNewDocument.assign(bytes.bytes.get(), static_cast<std::size_t>(bytes.length));
+        const writer::ConfigText bytes = writer::writeDocumentToMemory(gBridge.get(), kWhen);
+        gNewDocument.assign(bytes.text.get(), static_cast<std::size_t>(bytes.length));
         gNewIndex = std::to_string(gBridge->logicalResources.nextVDevID) + "," +
                     std::to_string(gBridge->properties.snmp.trapLevel) + "\n";
     }

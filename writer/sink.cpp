@@ -52,7 +52,11 @@ bool XmlSink::reserve(std::size_t count) noexcept {
 }
 
 void XmlSink::putSlow(char c) noexcept {
-    if (reserve(1)) *cursor_++ = c;
+    if (reserve(1)) {
+        *cursor_++ = c;
+    } else if (file_ != nullptr) {
+        static_cast<void>(std::fputc(c, file_));  // no chunk: a file loses nothing, it goes unbuffered
+    }
 }
 
 void XmlSink::write(std::string_view text) noexcept {
@@ -63,6 +67,10 @@ void XmlSink::write(std::string_view text) noexcept {
         return;
     }
     if (!reserve(text.size())) {
+        if (file_ != nullptr) {  // no chunk: a file loses nothing, it goes unbuffered
+            static_cast<void>(std::fwrite(text.data(), 1, text.size(), file_));
+            return;
+        }
         // Keep what fits: a memory sink that can't grow drops the rest.
         const std::size_t room = static_cast<std::size_t>(end_ - cursor_);
         std::memcpy(cursor_, text.data(), room);
