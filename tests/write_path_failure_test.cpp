@@ -23,6 +23,7 @@
 #include "host/cfgrepository.h"
 #include "host/status_block.h"
 #include "model/sanparse.h"
+#include "tests/support/documents.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/quorum_store.h"
 #include "tests/support/run_program.h"
@@ -211,34 +212,6 @@ std::string gNewIndex;
 
 std::string indexPath() { return kHome->path() + "/etc/" + *gBridge->name + "/nimbra.conf.ndx"; }
 
-// A directory in memory where there is one: on a disk file system every
-// replace-by-rename and truncation of a written file waits for the disk, and
-// the tests below do thousands of them.
-class ScratchDir {
-public:
-    ScratchDir() {
-        for (const char* base : {"/dev/shm", "/tmp"}) {
-            std::string pattern = std::string(base) + "/xlate45-scratch-XXXXXX";
-            if (::mkdtemp(pattern.data()) != nullptr) {
-                path_ = pattern;
-                return;
-            }
-        }
-        ADD_FAILURE() << "no scratch directory";
-    }
-    ~ScratchDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    ScratchDir(const ScratchDir&) = delete;
-    ScratchDir& operator=(const ScratchDir&) = delete;
-    const std::string& path() const { return path_; }
-    std::string file(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
 // One directory and store, put back to the same state before each run.
 class Scene {
 public:
@@ -271,8 +244,8 @@ public:
     }
 
 private:
-    ScratchDir dir_;
-    ScratchDir devices_;
+    testing_support::ScratchDir dir_;
+    testing_support::ScratchDir devices_;
 };
 
 int writeWithTable(const Scene& scene, const xml::PosixOps& ops = real()) {
