@@ -58,7 +58,8 @@ TEST(BadInput, TruncationsAndByteChangesOfARealDocument) {
         corpus.emplace_back("cut to " + std::to_string(length) + " bytes", document.substr(0, length));
     }
     // Bytes the lexer treats specially, and a few that it does not.
-    const std::string replacements = std::string("<>/=\"'&;!?[]-\0\n\r\t x\xff", 22);
+    static const char kBytes[] = "<>/=\"'&;!?[]-\0\n\r\t x\xff";
+    const std::string replacements(kBytes, sizeof kBytes - 1);
     std::mt19937 random(20261121);
     for (int i = 0; i < 600; ++i) {
         const std::size_t at = random() % document.size();

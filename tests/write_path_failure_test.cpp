@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -20,7 +19,6 @@
 #include <unistd.h>
 #include <vector>
 
-#include "host/cfgrepository.h"
 #include "host/status_block.h"
 #include "model/sanparse.h"
 #include "tests/support/documents.h"
@@ -215,9 +213,7 @@ std::string indexPath() { return kHome->path() + "/etc/" + *gBridge->name + "/ni
 // One directory and store, put back to the same state before each run.
 class Scene {
 public:
-    Scene() {
-        reset();
-    }
+    Scene() { reset(); }
     ~Scene() { testing_support::resetQuorumStore(); }
     void reset() const {
         for (const std::string& name : leftovers()) std::filesystem::remove(dir_.file(name));

@@ -73,6 +73,7 @@ void XmlSink::write(std::string_view text) noexcept {
         }
         // Keep what fits: a memory sink that can't grow drops the rest.
         const std::size_t room = static_cast<std::size_t>(end_ - cursor_);
+        if (room == 0) return;  // also no buffer at all: memcpy must not see its null pointer
         std::memcpy(cursor_, text.data(), room);
         cursor_ += room;
         return;
