@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <new>
 #include <string>
 #include <strings.h>
 #include <sys/stat.h>
 
 #include "xml/home.h"
 #include "xml/log.h"
+#include "xml/posix_ops.h"
 
 namespace host {
 
@@ -93,7 +97,9 @@ std::uint64_t areaSector(const Repository& repository, std::uint32_t offset) {
 // Seeks and transfers one block; returns the bytes transferred.
 std::size_t writeBlock(Repository& repository, std::uint64_t sector, const void* buffer, std::size_t size) {
     if (::fseeko(repository.device(), static_cast<off_t>(sector * kSectorSize), SEEK_SET) != 0) return 0;
-    return std::fwrite(buffer, 1, size, repository.device());
+    const std::size_t wrote = std::fwrite(buffer, 1, size, repository.device());
+    // The stream is buffered for reading; a block counts once it reached the device.
+    return std::fflush(repository.device()) == 0 ? wrote : 0;
 }
 
 bool writeItemSection(Repository& repository, const ItemSection& item, const char* source) {
@@ -180,6 +186,88 @@ std::string shellQuoted(const std::string& text) {
     return quoted;
 }
 
+// ---- the device, through the system-call table ----
+
+// The device's I/O goes through xml::posixOps() so that tests can fail any
+// call of a deposit; the stream on top keeps the sector code plain stdio. The
+// cookie is the descriptor itself.
+int cookieFd(void* cookie) { return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie)); }
+
+ssize_t deviceRead(void* cookie, char* data, std::size_t size) {
+    ssize_t n;
+    while ((n = xml::posixOps().read(cookieFd(cookie), data, size)) < 0 && errno == EINTR) {
+    }
+    return n;
+}
+
+// A short count makes stdio mark the stream failed, so write all or fail.
+ssize_t deviceWrite(void* cookie, const char* data, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = xml::posixOps().write(cookieFd(cookie), data + done, size - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
+        done += static_cast<std::size_t>(n);
+    }
+    return static_cast<ssize_t>(size);
+}
+
+int deviceSeek(void* cookie, off64_t* offset, int whence) {
+    const off_t at = xml::posixOps().lseek(cookieFd(cookie), static_cast<off_t>(*offset), whence);
+    if (at < 0) return -1;
+    *offset = at;
+    return 0;
+}
+
+int deviceClose(void* cookie) { return xml::posixOps().close(cookieFd(cookie)); }
+
+// fopen's modes ("r", "r+", "w", "w+", "a", "a+", any with "b") as open flags.
+int openFlags(const char* mode) {
+    const bool update = std::strchr(mode, '+') != nullptr;
+    switch (mode[0]) {
+    case 'w': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
+    case 'a': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
+    default:  return update ? O_RDWR : O_RDONLY;
+    }
+}
+
+std::FILE* openDevice(const char* path, const char* mode) {
+    const int fd = xml::posixOps().open(path, openFlags(mode), 0666);
+    if (fd < 0) return nullptr;
+    const cookie_io_functions_t io = {deviceRead, deviceWrite, deviceSeek, deviceClose};
+    std::FILE* file = ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(fd)), mode, io);
+    if (file == nullptr) {
+        const int error = errno;
+        static_cast<void>(xml::posixOps().close(fd));
+        errno = error;
+    }
+    return file;
+}
+
+// Reads the keys of a description: section headers do not matter, keys are
+// compared without regard to case, and reading stops once both are known.
+// `found` gets what was seen; true when both keys were.
+bool scanDescription(std::FILE* in, RepositoryConf& found) {
+    bool haveVid = false;
+    bool haveEnding = false;
+    char line[1024];
+    char key[sizeof line];
+    char value[sizeof line];
+    while (!(haveVid && haveEnding) && std::fgets(line, sizeof line, in) != nullptr) {
+        if (std::sscanf(line, "[%1023[^]]", value) == 1) continue;
+        if (std::sscanf(line, "%1023s = %1023[^\n]", key, value) != 2) continue;
+        if (::strcasecmp(key, "vid") == 0) {
+            found.vid = std::atoi(value);
+            haveVid = true;
+        } else if (::strcasecmp(key, "endingSector") == 0) {
+            const unsigned long long sector = std::strtoull(value, nullptr, 10);
+            found.endingSector = static_cast<std::uint32_t>(std::min<unsigned long long>(sector, UINT32_MAX));
+            haveEnding = true;
+        }
+    }
+    return haveVid && haveEnding;
+}
+
 }  // namespace
 
 // ---- layouts ----
@@ -263,7 +351,7 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
     const std::time_t deadline = std::time(nullptr) + kBusyDeadlineSeconds;
     std::FILE* file = nullptr;
     // The partner may hold the device for a moment; anything but EBUSY is final.
-    while ((file = std::fopen(path, mode)) == nullptr && errno == EBUSY && std::time(nullptr) < deadline) {
+    while ((file = openDevice(path, mode)) == nullptr && errno == EBUSY && std::time(nullptr) < deadline) {
         struct timespec pause {0, 999'999'999};
         ::nanosleep(&pause, nullptr);
     }
@@ -287,7 +375,7 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
     return nullptr;
 }
 
-int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept {
+int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept try {
     const std::string path = std::string(baseDir) + '/' + kDescriptionName;
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
@@ -301,38 +389,34 @@ int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) n
                        path.c_str());
         return -1;
     }
-    int vid = -1;
-    std::uint32_t endingSector = 0;
-    bool haveVid = false;
-    bool haveEnding = false;
-    char line[1024];
-    char key[sizeof line];
-    char value[sizeof line];
-    while (!(haveVid && haveEnding) && std::fgets(line, sizeof line, in) != nullptr) {
-        if (std::sscanf(line, "[%1023[^]]", value) == 1) continue;  // section names do not matter
-        if (std::sscanf(line, "%1023s = %1023[^\n]", key, value) != 2) continue;
-        if (::strcasecmp(key, "vid") == 0) {
-            vid = std::atoi(value);
-            haveVid = true;
-        } else if (::strcasecmp(key, "endingSector") == 0) {
-            const unsigned long long sector = std::strtoull(value, nullptr, 10);
-            endingSector = static_cast<std::uint32_t>(std::min<unsigned long long>(sector, UINT32_MAX));
-            haveEnding = true;
-        }
-    }
+    RepositoryConf found;
+    const bool complete = scanDescription(in, found);
     std::fclose(in);
-    if (!(haveVid && haveEnding)) {
+    if (!complete) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_getRepositoryConf"),
                        "MGT_ERROR: Failed to get info from file \"%s\", vid =%d, endingSector = %lu", path.c_str(),
-                       vid, static_cast<unsigned long>(endingSector));
+                       found.vid, static_cast<unsigned long>(found.endingSector));
         return -1;
     }
-    conf->vid = vid;
-    conf->endingSector = endingSector;
+    *conf = found;
+    return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
+}
+
+int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, RepositoryConf* conf) noexcept {
+    if (text == nullptr || length == 0) return -1;  // no keys in nothing
+    std::FILE* in = ::fmemopen(const_cast<char*>(text), length, "r");
+    if (in == nullptr) return -1;
+    RepositoryConf found;
+    const bool complete = scanDescription(in, found);
+    std::fclose(in);
+    if (!complete) return -1;
+    *conf = found;
     return 0;
 }
 
-int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept {
+int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept try {
     RepositoryConf conf;
     const int read = CFGREPOSITORY_getRepositoryConf(baseDir, &conf);
     if (read != 0) return read;
@@ -346,11 +430,13 @@ int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>
     }
     std::FILE* device = CFGREPOSITORY_fopenRetry(devicePath.c_str(), "r+b");
     if (device == nullptr) return -1;
-    // Sector I/O goes straight to the device, so a short write is seen where it happens.
-    std::setvbuf(device, nullptr, _IONBF, 0);
+    // A buffer, or stdio reads a cookie stream byte by byte; writes are flushed per block.
+    std::setvbuf(device, nullptr, _IOFBF, 8 * kSectorSize);
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepository"), "Opened \"%s\".", devicePath.c_str());
     *out = std::make_unique<Repository>(device, std::move(devicePath), conf.vid, conf.endingSector);
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 void CFGREPOSITORY_freeRepository(std::unique_ptr<Repository> repository) noexcept { repository.reset(); }
@@ -389,7 +475,7 @@ int CFGREPOSITORY_getMasterHeader(Repository* repository, MasterHeader* master) 
 }
 
 int CFGREPOSITORY_getItemSection(Repository* repository, const MasterHeader& master, const char* name,
-                                 ItemSection* item) noexcept {
+                                 ItemSection* item) noexcept try {
     // Sections past the largest table would be data areas, whatever the count says.
     const int count = std::clamp<int>(master.itemCount(), 0, kMaxItems);
     for (int i = 0; i < count; ++i) {
@@ -408,9 +494,11 @@ int CFGREPOSITORY_getItemSection(Repository* repository, const MasterHeader& mas
         }
     }
     return 1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSection* item) noexcept {
+int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSection* item) noexcept try {
     const int count = master->itemCount();
     if (count + 1 > kMaxItems) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_addItemSection"),
@@ -428,20 +516,24 @@ int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSec
     master->setItemCount(static_cast<std::int16_t>(count + 1));
     master->setItemsEnd(master->itemsBase() + static_cast<std::uint32_t>(kSectorSize) * (count + 1));
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_gzipFile(const char* path) noexcept {
+int CFGREPOSITORY_gzipFile(const char* path) noexcept try {
     const std::string source = path;
     const std::string target = source + ".gz";
     const std::string command = "/bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
     const int status = std::system(command.c_str());
     struct stat compressed {};
     return status == 0 && ::stat(target.c_str(), &compressed) == 0 ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_rmFile(const char* path) noexcept { return std::remove(path); }
 
-int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot, const char* source) noexcept {
+int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot, const char* source) noexcept try {
     struct stat status {};
     if (::stat(source, &status) != 0) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_copyInFile"), "File \"%s\" does not exist.", source);
@@ -506,10 +598,12 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
     item->setStoredSize(static_cast<std::uint32_t>(stored));
     item->setLastSlot(static_cast<std::uint8_t>(slot));
     return 0;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_depositFile(Repository* repository, MasterHeader* master, ItemSection* item,
-                              const char* source) noexcept {
+                              const char* source) noexcept try {
     const int slot = chooseSlot(*item, "CFGREPOSITORY_depositFile");
     if (slot < 0) return -1;
     if (!assignDataArea(*repository, *master, *item, slot, source, "CFGREPOSITORY_depositFile")) return -1;
@@ -526,10 +620,12 @@ int CFGREPOSITORY_depositFile(Repository* repository, MasterHeader* master, Item
     if (!writeItemSection(*repository, *item, source)) return -1;
     master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, const ItemSection& from,
-                                 ItemSection* to) noexcept {
+                                 ItemSection* to) noexcept try {
     if (from.lastSlot() >= from.copies()) return -1;  // nothing deposited to copy
     const std::uint32_t size = from.storedSize();
     if (size > to->allotted()) return -1;
@@ -557,6 +653,8 @@ int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, c
     if (!writeItemSection(*repository, *to, name.c_str())) return -1;
     master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 namespace {
@@ -627,7 +725,7 @@ int depositInto(Repository& repository, const char* filename, const char* stored
 }  // namespace
 
 int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const char* saveAs,
-                            const char* owner) noexcept {
+                            const char* owner) noexcept try {
     if (baseDir == nullptr) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_addFileAs"), "MGT_ERROR: base_dir cannot be NULL");
         return -1;
@@ -648,6 +746,8 @@ int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const cha
     CFGREPOSITORY_freeRepository(std::move(repository));
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_addFileAs"), "Exit - filename = \"%s\", ret=%d", filename, ret);
     return ret;
+} catch (const std::bad_alloc&) {
+    return -1;  // out of memory: a failure like any other of the store
 }
 
 }  // namespace host

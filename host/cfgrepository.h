@@ -119,6 +119,10 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
 /// -1 when it cannot be read or lacks "vid" or "endingSector".
 int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept;
 
+/// The same reading over the text of a description (borrowed, need not end in
+/// NUL), without logging. 0, or -1 when "vid" or "endingSector" is missing.
+int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, RepositoryConf* conf) noexcept;
+
 /// Opens the store of `baseDir` into `*out`. 0, -5 when `baseDir` has no
 /// description file, -1 on any other failure (`*out` then stays empty).
 int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept;

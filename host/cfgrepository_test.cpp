@@ -122,6 +122,20 @@ TEST(CfgRepository, DescriptionFile) {
         {"keys in any case, any order", "ENDINGSECTOR = 4294967295\nVid = 12\n", 0, 12, 4294967295u},
         {"a key needs spaces round '='", "vid=7\nendingSector = 400\n", -1, 0, 0},
         {"endingSector missing", "vid = 7\n", -1, 0, 0},
+        {"the first of a key wins", "vid = 3\nvid = 4\nendingSector = 9\nvid = 5\n", 0, 4, 9},
+        {"lines are read 1023 bytes at a time",
+         "vid = 7\n# " "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "ccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccccc"
+         "cccccccccccccccccccccccccccccccccccccccccccccccccccccccccc" "endingSector = 5\n",
+         0, 7, 5},
+        {"no line end at the end", "vid = 7\nendingSector = 400", 0, 7, 400},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
@@ -133,7 +147,18 @@ TEST(CfgRepository, DescriptionFile) {
             EXPECT_EQ(conf.vid, row.vid);
             EXPECT_EQ(conf.endingSector, row.endingSector);
         }
+        // The same text in memory reads the same.
+        RepositoryConf inMemory;
+        EXPECT_EQ(CFGREPOSITORY_parseRepositoryConf(row.text, std::strlen(row.text), &inMemory), row.result);
+        EXPECT_EQ(inMemory.vid, conf.vid);
+        EXPECT_EQ(inMemory.endingSector, conf.endingSector);
     }
+    RepositoryConf untouched;
+    EXPECT_EQ(CFGREPOSITORY_parseRepositoryConf("", 0, &untouched), -1);
+    const std::string withNul("vid = 7\0 x\nendingSector = 1\n", 28);
+    EXPECT_EQ(CFGREPOSITORY_parseRepositoryConf(withNul.data(), withNul.size(), &untouched), 0)
+        << "a NUL ends the text of its line only";
+    EXPECT_EQ(untouched.endingSector, 1u);
     TempDir empty;
     RepositoryConf conf;
     EXPECT_EQ(CFGREPOSITORY_getRepositoryConf(empty.path().c_str(), &conf), -5);

@@ -1,6 +1,7 @@
 #include "host/status_block.h"
 
 #include <cstring>
+#include <new>
 #include <string>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -23,7 +24,11 @@ std::optional<std::int32_t> gKeyOverride;
 
 key_t blockKey() {
     if (gKeyOverride) return static_cast<key_t>(*gKeyOverride);
-    return ::ftok(xml::homePath("etc").c_str(), 'S');
+    try {
+        return ::ftok(xml::homePath("etc").c_str(), 'S');
+    } catch (const std::bad_alloc&) {
+        return -1;  // no name, no key: the block counts as unreadable, and the caller goes on
+    }
 }
 
 std::int32_t loadWord(const unsigned char* at) {

@@ -1,46 +1,13 @@
 #include "legacy/sanparse_x.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/failing_alloc.h"
 #include "xml/log.h"
-
-// A test-only allocator that fails the Nth allocation from when it is armed.
-namespace {
-long allocationsUntilFailure = -1;  // -1: never fail
-
-void* allocate(std::size_t size) {
-    if (allocationsUntilFailure == 0) {
-        allocationsUntilFailure = -1;
-        throw std::bad_alloc();
-    }
-    if (allocationsUntilFailure > 0) --allocationsUntilFailure;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
-    throw std::bad_alloc();
-}
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return allocate(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 namespace legacy {
 namespace {
@@ -371,10 +338,10 @@ TEST(Reader40, RunningOutOfMemory) {
     for (long n = 0;; ++n) {
         SCOPED_TRACE(n);
         ::testing::internal::CaptureStderr();
-        allocationsUntilFailure = n;
+        testing_support::failAllocation(n + 1);
         const std::unique_ptr<SANBridge> bridge = read(doc);
-        const bool hit = allocationsUntilFailure == -1;
-        allocationsUntilFailure = -1;
+        const bool hit = testing_support::allocationFailed();
+        testing_support::stopFailingAllocations();
         const std::string err = ::testing::internal::GetCapturedStderr();
         if (bridge == nullptr) {
             EXPECT_TRUE(err.empty() || err == "parse error SANBridge\n") << err;

@@ -1,7 +1,5 @@
 // The 4.5 reader: the child loop's rules, failures and limits.
 #include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -9,37 +7,8 @@
 
 #include "model/layout45.h"
 #include "model/sanparse.h"
+#include "tests/support/failing_alloc.h"
 #include "xml/log.h"
-
-// The replacement pairs malloc with free throughout; GCC cannot see that
-// through the inlined operators.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-namespace {
-
-// A test-only allocator that fails the Nth allocation from now (0: never).
-long gFailAt = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (gFailAt > 0 && --gFailAt == 0) throw std::bad_alloc();
-    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
 
 namespace model {
 namespace {
@@ -55,9 +24,9 @@ Parsed parseDev(const std::string& text, long failAt = 0) {
     Parsed result;
     auto ts = xml::TokenStream::onMemory(text.data(), text.size());
     ParseContext ctx{*ts, schema45()};
-    gFailAt = failAt;
+    testing_support::failAllocation(failAt);
     result.ok = parseInto(ctx, kPhysicalDev45, result.dev, "PhysicalDev");
-    gFailAt = 0;
+    testing_support::stopFailingAllocations();
     result.error = ts->error() != nullptr ? ts->error() : "";
     return result;
 }

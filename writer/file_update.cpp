@@ -127,10 +127,22 @@ int FileUpdate::commit(bool sync) noexcept {
         std::fprintf(stderr, "Abort updating %s error writing tmp file %s\n", path_.c_str(), tmpPath_.c_str());
         result = -1;
     } else {
-        keepPrevious(path_);
-        if (sync) depositInRepository(tmpPath_, path_);
+        // The steps around the rename are best effort, also when memory runs
+        // out; the rename itself needs none.
+        try {
+            keepPrevious(path_);
+        } catch (const std::bad_alloc&) {
+        }
+        try {
+            if (sync) depositInRepository(tmpPath_, path_);
+        } catch (const std::bad_alloc&) {
+        }
         static_cast<void>(xml::posixOps().rename(tmpPath_.c_str(), path_.c_str()));  // the commit point
-        if (sync) syncDirectoryOf(tmpPath_);
+        try {
+            if (sync) syncDirectoryOf(tmpPath_);
+        } catch (const std::bad_alloc&) {
+            xml::posixOps().sync();  // no name for the directory: flush everything
+        }
     }
     // Released only now: a waiting reader or writer sees the complete new file.
     xml::unlockAndClose(lockFd_);

@@ -66,7 +66,11 @@ bool XmlSink::reserve(std::size_t count) noexcept {
 }
 
 void XmlSink::putSlow(char c) noexcept {
-    if (reserve(1)) *cursor_++ = c;
+    if (reserve(1)) {
+        *cursor_++ = c;
+    } else if (file_ != nullptr) {
+        static_cast<void>(std::fputc(c, file_));  // no chunk: a file loses nothing, it goes unbuffered
+    }
 }
 
 void XmlSink::writeSlow(std::string_view text) noexcept {
@@ -77,8 +81,13 @@ void XmlSink::writeSlow(std::string_view text) noexcept {
         return;
     }
     if (!reserve(text.size())) {
+        if (file_ != nullptr) {  // no chunk: a file loses nothing, it goes unbuffered
+            static_cast<void>(std::fwrite(text.data(), 1, text.size(), file_));
+            return;
+        }
         // Keep what fits: a memory sink that can't grow drops the rest.
         const std::size_t room = static_cast<std::size_t>(end_ - cursor_);
+        if (room == 0) return;  // also no buffer at all: memcpy must not see its null pointer
         std::memcpy(cursor_, text.data(), room);
         cursor_ += room;
         return;

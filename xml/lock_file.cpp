@@ -1,6 +1,7 @@
 #include "xml/lock_file.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -40,10 +41,22 @@ int setLock(int fd, int command, short lockType) noexcept {
 }
 
 int openAndLock(const char* documentPath, bool exclusive) noexcept {
-    const std::string name = lockFileName(documentPath);
-    const int fd = posixOps().open(name.c_str(), O_RDWR | O_CREAT, 0770);
+    // The name is built on the stack: a writer gets its lock even when memory
+    // has run out. A path too long for it is too long for open() as well.
+    char name[PATH_MAX + sizeof ".lock"];
+    const std::string_view path(documentPath);
+    const std::size_t slash = path.rfind('/');
+    const int dirLength = slash == std::string_view::npos ? 0 : static_cast<int>(slash + 1);
+    const int written = std::snprintf(name, sizeof name, "%.*s.%s.lock", dirLength, documentPath,
+                                      documentPath + dirLength);
+    int fd = -1;
+    if (written < 0 || static_cast<std::size_t>(written) >= sizeof name) {
+        errno = ENAMETOOLONG;
+    } else {
+        fd = posixOps().open(name, O_RDWR | O_CREAT, 0770);
+    }
     if (fd < 0) {
-        std::fprintf(stderr, "Can't open lock file %s - %d\n", name.c_str(), errno);
+        std::fprintf(stderr, "Can't open lock file %s - %d\n", name, errno);
         return -1;
     }
     // Waits for the lock; a signal that interrupts the wait is not a reason to go on unlocked.

@@ -1,42 +1,9 @@
 #include "xml/name_table.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
 #include <string>
 
-// A test-only allocator that fails the Nth allocation from when it is armed.
-namespace {
-long allocationsUntilFailure = -1;  // -1: never fail
-
-void* allocate(std::size_t size) {
-    if (allocationsUntilFailure == 0) {
-        allocationsUntilFailure = -1;
-        throw std::bad_alloc();
-    }
-    if (allocationsUntilFailure > 0) --allocationsUntilFailure;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
-    throw std::bad_alloc();
-}
-}  // namespace
-
-// Every form the library uses goes through `allocate`, so deletes always match.
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return allocate(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+#include "tests/support/failing_alloc.h"
 
 namespace xml {
 namespace {
@@ -114,9 +81,9 @@ TEST(NameTable, AllocationFailureSetsErrorAndLeavesNameOut) {
         SCOPED_TRACE(failAt);
         NameTable table(523);
         table.insert(1, "kept");
-        allocationsUntilFailure = failAt;
+        testing_support::failAllocation(failAt + 1);
         table.insert(2, "a name too long for the small-string buffer");
-        allocationsUntilFailure = -1;
+        testing_support::stopFailingAllocations();
         EXPECT_TRUE(table.error());
         EXPECT_EQ(table.lookup("a name too long for the small-string buffer"), -1);
         EXPECT_EQ(table.lookup("kept"), 1);

@@ -14,7 +14,8 @@ int realLock(int fd, int command, struct flock* lock) { return ::fcntl(fd, comma
 int realStat(const char* path, struct stat* info) { return ::stat(path, info); }
 
 const PosixOps kReal = {
-    realOpen, ::write, ::fsync, ::close, realLock, ::link, ::unlink, std::rename, realStat, ::getcwd, ::sync,
+    realOpen, ::write, ::read, ::lseek, ::fsync, ::close, realLock,
+    ::link,   ::unlink, std::rename, realStat, ::getcwd, ::sync,
 };
 
 }  // namespace

@@ -8,11 +8,14 @@ struct stat;
 namespace xml {
 
 /// The system calls of the file-update path (lock files, temporary file,
-/// backup link, rename, directory sync). Production code calls them through
-/// posixOps() so that a test can make any one of them fail on cue.
+/// backup link, rename, directory sync, index file, repository device).
+/// Production code calls them through posixOps() so that a test can make any
+/// one of them fail on cue, or stop the process right after it.
 struct PosixOps {
     int (*open)(const char* path, int flags, mode_t mode);
     ssize_t (*write)(int fd, const void* data, std::size_t size);
+    ssize_t (*read)(int fd, void* data, std::size_t size);
+    off_t (*lseek)(int fd, off_t offset, int whence);
     int (*fsync)(int fd);
     int (*close)(int fd);
     int (*lock)(int fd, int command, struct flock* lock);  // fcntl record locks

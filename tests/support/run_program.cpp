@@ -70,6 +70,29 @@ ProgramResult runProgram(const std::vector<std::string>& argv, const std::vector
     return result;
 }
 
+int startProgram(const std::vector<std::string>& argv, const std::string& outputPath) {
+    const pid_t pid = ::fork();
+    if (pid != 0) return pid;
+    const int fd = ::open(outputPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    if (fd >= 0) {
+        ::dup2(fd, 1);
+        ::dup2(fd, 2);
+    }
+    std::vector<char*> args;
+    for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+    args.push_back(nullptr);
+    ::execve(args[0], args.data(), environ);
+    ::_exit(127);
+}
+
+int waitProgram(int pid) {
+    int wstatus = 0;
+    while (::waitpid(pid, &wstatus, 0) < 0) {
+        if (errno != EINTR) return -1;
+    }
+    return WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
+}
+
 TempDir::TempDir() {
     char pattern[] = "/tmp/xlate45-test-XXXXXX";
     if (::mkdtemp(pattern) == nullptr) throw std::runtime_error("mkdtemp");

@@ -15,6 +15,14 @@ struct ProgramResult {
 ProgramResult runProgram(const std::vector<std::string>& argv,
                          const std::vector<std::string>& env = {});
 
+/// Starts `argv` (argv[0] is the program path) with standard output and error
+/// going to `outputPath`, and returns at once: the process id, or -1.
+int startProgram(const std::vector<std::string>& argv, const std::string& outputPath = "/dev/null");
+
+/// Waits for a program from startProgram: its exit status, or -1 when it did
+/// not exit normally (a signal, a crash).
+int waitProgram(int pid);
+
 /// A fresh directory under /tmp, removed with everything in it at destruction.
 class TempDir {
 public:

@@ -1,0 +1,423 @@
+// The safe update of a configuration file under failing system calls and under
+// a process killed between them. Every call of the write path goes through
+// xml::posixOps(); a recording table in front of the real one numbers the
+// calls, fails the Nth (once, or from then on) or kills the process right
+// after it. The scene is a real one: a 4.5 document written over an existing
+// nimbra.conf with a ".previous", a repository store beside it and the index
+// file in the server's home.
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "host/status_block.h"
+#include "model/sanparse.h"
+#include "tests/support/documents.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/quorum_store.h"
+#include "tests/support/run_program.h"
+#include "tests/support/temporary_home.h"
+#include "writer/config_file.h"
+#include "writer/document.h"
+#include "xml/posix_ops.h"
+
+namespace {
+
+using testing_support::LogCapture;
+using testing_support::readFile;
+using testing_support::storedCopy;
+using testing_support::writeFile;
+
+testing_support::TemporaryHome* const kHome = testing_support::addTemporaryHome();
+
+constexpr std::time_t kWhen = 1'700'000'000;
+const std::string kOld = "<old document/>\n";
+const std::string kOlder = "<older document/>\n";
+const std::string kOldIndex = "1,1\n";
+
+// ---- the recording table ----
+
+// What a call touched, by the role of the file in the update.
+std::string roleOf(const std::string& path) {
+    if (path.find("__quorum") != std::string::npos) return "device";
+    if (path.ends_with(".local.lock")) return "log lock";
+    if (path.ends_with(".lock")) return "lock";
+    if (path.find("_to_Be_") != std::string::npos) return "temp";
+    if (path.ends_with(".previous")) return "previous";
+    if (path.ends_with(".ndx")) return "index";
+    if (path.ends_with(".repository.conf")) return "description";
+    if (path.ends_with("nimbra.conf")) return "target";
+    return "directory";
+}
+
+struct Call {
+    std::string op;
+    std::string role;
+    bool failed = false;
+};
+
+struct Recorder {
+    std::vector<Call> calls;
+    std::map<int, std::string> fdPaths;  // what each open descriptor names
+    long failAt = 0;                     // 0: none
+    bool fromThenOn = false;
+    long killAfter = 0;                  // 0: never
+
+    // Numbers the call; true when it is to fail.
+    bool begin(const char* op, const std::string& path) {
+        calls.push_back({op, roleOf(path)});
+        const long n = static_cast<long>(calls.size());
+        calls.back().failed = failAt != 0 && (n == failAt || (fromThenOn && n > failAt));
+        return calls.back().failed;
+    }
+    void end() {
+        if (killAfter != 0 && static_cast<long>(calls.size()) == killAfter) ::raise(SIGKILL);
+    }
+    std::string pathOf(int fd) const {
+        const auto found = fdPaths.find(fd);
+        return found == fdPaths.end() ? std::string("?") : found->second;
+    }
+    bool failed(const std::string& op, const std::string& role) const {
+        return std::any_of(calls.begin(), calls.end(),
+                           [&](const Call& c) { return c.failed && c.op == op && c.role == role; });
+    }
+    bool anyFailed(const std::string& role) const {
+        return std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.failed && c.role == role; });
+    }
+};
+
+Recorder gRec;
+
+// The real calls, except that syncing succeeds at once: what is tested is the
+// order of the steps, and a thousand disk flushes would only slow it down.
+const xml::PosixOps& real() {
+    static const xml::PosixOps ops = [] {
+        xml::PosixOps fast = xml::realPosixOps();
+        fast.fsync = [](int) { return 0; };
+        fast.sync = [] {};
+        return fast;
+    }();
+    return ops;
+}
+
+// Each failure carries the error a real system would give there.
+template <typename Result>
+Result failWith(int error) {
+    errno = error;
+    return static_cast<Result>(-1);
+}
+
+const xml::PosixOps kRecording = {
+    [](const char* path, int flags, mode_t mode) {
+        if (gRec.begin("open", path)) return failWith<int>(flags & O_CREAT ? ENOSPC : EIO);
+        const int fd = real().open(path, flags, mode);
+        if (fd >= 0) gRec.fdPaths[fd] = path;
+        gRec.end();
+        return fd;
+    },
+    [](int fd, const void* data, std::size_t size) {
+        if (gRec.begin("write", gRec.pathOf(fd))) return failWith<ssize_t>(ENOSPC);
+        const ssize_t n = real().write(fd, data, size);
+        gRec.end();
+        return n;
+    },
+    [](int fd, void* data, std::size_t size) {
+        if (gRec.begin("read", gRec.pathOf(fd))) return failWith<ssize_t>(EIO);
+        const ssize_t n = real().read(fd, data, size);
+        gRec.end();
+        return n;
+    },
+    [](int fd, off_t offset, int whence) {
+        if (gRec.begin("lseek", gRec.pathOf(fd))) return failWith<off_t>(EIO);
+        const off_t at = real().lseek(fd, offset, whence);
+        gRec.end();
+        return at;
+    },
+    [](int fd) {
+        if (gRec.begin("fsync", gRec.pathOf(fd))) return failWith<int>(EIO);
+        const int r = real().fsync(fd);
+        gRec.end();
+        return r;
+    },
+    [](int fd) {
+        const bool fail = gRec.begin("close", gRec.pathOf(fd));
+        gRec.fdPaths.erase(fd);
+        const int r = real().close(fd);  // a failing close still releases the descriptor
+        if (fail) return failWith<int>(EIO);
+        gRec.end();
+        return r;
+    },
+    [](int fd, int command, struct flock* lock) {
+        if (gRec.begin("lock", gRec.pathOf(fd))) return failWith<int>(ENOLCK);
+        const int r = real().lock(fd, command, lock);
+        gRec.end();
+        return r;
+    },
+    [](const char* from, const char* to) {
+        if (gRec.begin("link", from)) return failWith<int>(EMLINK);
+        const int r = real().link(from, to);
+        gRec.end();
+        return r;
+    },
+    [](const char* path) {
+        if (gRec.begin("unlink", path)) return failWith<int>(EBUSY);
+        const int r = real().unlink(path);
+        gRec.end();
+        return r;
+    },
+    [](const char* from, const char* to) {
+        if (gRec.begin("rename", from)) return failWith<int>(EIO);
+        const int r = real().rename(from, to);
+        gRec.end();
+        return r;
+    },
+    [](const char* path, struct stat* info) {
+        if (gRec.begin("stat", path)) return failWith<int>(EIO);
+        const int r = real().stat(path, info);
+        gRec.end();
+        return r;
+    },
+    [](char* buffer, std::size_t size) -> char* {
+        if (gRec.begin("getcwd", ".")) {
+            errno = ENOENT;
+            return nullptr;
+        }
+        char* r = real().getcwd(buffer, size);
+        gRec.end();
+        return r;
+    },
+    []() {
+        const bool fail = gRec.begin("sync", "/");
+        if (!fail) real().sync();
+        gRec.end();
+    },
+};
+
+// ---- the scene ----
+
+std::unique_ptr<model::SANBridge> gBridge;
+std::string gNewDocument;  // what a complete update leaves in the target
+std::string gNewIndex;
+
+std::string indexPath() { return kHome->path() + "/etc/" + *gBridge->name + "/nimbra.conf.ndx"; }
+
+// One directory and store, put back to the same state before each run.
+class Scene {
+public:
+    Scene() { reset(); }
+    ~Scene() { testing_support::resetQuorumStore(); }
+    void reset() const {
+        for (const std::string& name : leftovers()) std::filesystem::remove(dir_.file(name));
+        writeFile(target(), kOld);
+        writeFile(target() + ".previous", kOlder);
+        writeFile(indexPath(), kOldIndex);
+        // Room for the document and its ".org" copy, 15 MiB each.
+        testing_support::formatQuorumStore(dir_.path(), devices_.path(), 70'000, "alpha");
+    }
+    const std::string& dir() const { return dir_.path(); }
+    std::string target() const { return dir_.file("nimbra.conf"); }
+    std::string temp(pid_t pid) const { return target() + "_to_Be_" + std::to_string(pid); }
+    bool exists(const std::string& path) const { return ::access(path.c_str(), F_OK) == 0; }
+    // Files of the directory beyond the target, its backup, lock and store description.
+    std::vector<std::string> leftovers() const {
+        const std::vector<std::string> expected = {"nimbra.conf", "nimbra.conf.previous", ".nimbra.conf.lock",
+                                                   ".repository.conf"};
+        std::vector<std::string> extra;
+        for (const auto& entry : std::filesystem::directory_iterator(dir_.path())) {
+            const std::string name = entry.path().filename();
+            if (std::find(expected.begin(), expected.end(), name) == expected.end()) extra.push_back(name);
+        }
+        return extra;
+    }
+
+private:
+    testing_support::ScratchDir dir_;
+    testing_support::ScratchDir devices_;
+};
+
+int writeWithTable(const Scene& scene, const xml::PosixOps& ops = real()) {
+    xml::posixOps() = ops;
+    const int result = writer::writeDocumentToFile(scene.target().c_str(), gBridge.get(), kWhen, ::getpid());
+    xml::posixOps() = xml::realPosixOps();
+    return result;
+}
+
+class WritePath : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        gBridge = model::readBridge45(XLATE45_SOURCE_DIR "/tests/testdata/every_element45.xml");
+        ASSERT_NE(gBridge, nullptr);
+        ::mkdir((kHome->path() + "/etc/" + *gBridge->name).c_str(), 0755);
+        host::setStatusBlockKey(0x5834457A);  // no such block: the instance is not recorded
+        const writer::ConfigText bytes = writer::writeDocumentToMemory(gBridge.get(), kWhen);
+        gNewDocument.assign(bytes.text.get(), static_cast<std::size_t>(bytes.length));
+        gNewIndex = std::to_string(gBridge->logicalResources.nextVDevID) + "," +
+                    std::to_string(gBridge->properties.snmp.trapLevel) + "\n";
+    }
+    static void TearDownTestSuite() {
+        host::setStatusBlockKey(std::nullopt);
+        gBridge.reset();
+    }
+    void TearDown() override {
+        xml::posixOps() = xml::realPosixOps();
+        gRec = Recorder();
+    }
+
+    // The calls of one clean update, in order.
+    static std::vector<Call> cleanRun() {
+        Scene scene;
+        LogCapture log(1);
+        gRec = Recorder();
+        EXPECT_EQ(writeWithTable(scene, kRecording), 0);
+        EXPECT_EQ(readFile(scene.target()), gNewDocument);
+        return gRec.calls;
+    }
+};
+
+// Sanity of the scene: a clean update goes through every part of the path.
+TEST_F(WritePath, CleanRunTouchesEveryPart) {
+    const std::vector<Call> calls = cleanRun();
+    for (const char* role : {"lock", "temp", "target", "previous", "description", "device", "directory", "index"}) {
+        SCOPED_TRACE(role);
+        EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.role == role; }));
+    }
+    for (const char* op : {"open", "write", "read", "lseek", "fsync", "close", "lock", "link", "unlink", "rename",
+                           "stat"}) {
+        SCOPED_TRACE(op);
+        EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.op == op; }));
+    }
+    std::printf("[          ] %zu system calls in one update\n", calls.size());
+}
+
+// Each call failing in turn, once and from then on. The target is the old
+// document or the complete new one; "-1" only with the old one; the messages
+// are the documented ones; and a clean update afterwards succeeds.
+TEST_F(WritePath, EveryCallFailingInTurn) {
+    const std::size_t points = cleanRun().size();
+    ASSERT_GT(points, 20u);
+    int injected = 0;
+    Scene scene;
+    for (const bool fromThenOn : {false, true}) {
+        for (std::size_t n = 1; n <= points; ++n) {
+            scene.reset();
+            gRec = Recorder();
+            gRec.failAt = static_cast<long>(n);
+            gRec.fromThenOn = fromThenOn;
+            LogCapture log(1);
+            testing::internal::CaptureStderr();
+            const int result = writeWithTable(scene, kRecording);
+            const std::string err = testing::internal::GetCapturedStderr();
+            const Recorder rec = gRec;
+            ASSERT_LT(n, rec.calls.size() + 1);
+            const Call& first = rec.calls[n - 1];
+            SCOPED_TRACE(std::string(fromThenOn ? "from then on: " : "once: ") + "call " + std::to_string(n) + ", " +
+                         first.op + " of " + first.role);
+            ++injected;
+
+            const bool noTemp = rec.failed("open", "temp");
+            const bool badTemp = !noTemp && rec.failed("write", "temp");
+            const bool renamed = !noTemp && !badTemp && !rec.failed("rename", "temp");
+            EXPECT_EQ(result, noTemp || badTemp ? -1 : 0);
+            EXPECT_EQ(readFile(scene.target()), renamed ? gNewDocument : kOld);
+
+            // The old version is kept unless the backup's own steps failed.
+            std::string previous = kOld;
+            if (noTemp || badTemp || rec.failed("stat", "target") || rec.failed("unlink", "previous")) {
+                previous = kOlder;
+            } else if (rec.failed("link", "target")) {
+                previous = "(absent)";
+            }
+            const std::string previousPath = scene.target() + ".previous";
+            EXPECT_EQ(scene.exists(previousPath) ? readFile(previousPath) : "(absent)", previous);
+
+            // The index is a hint, rewritten in place: its own failed write empties it.
+            std::string index = gNewIndex;
+            if (noTemp || rec.failed("open", "index")) index = kOldIndex;
+            else if (rec.failed("write", "index")) index = "";
+            EXPECT_EQ(readFile(indexPath()), index);
+
+            // A temporary file stays only when the update could not finish with it.
+            const std::vector<std::string> extra = scene.leftovers();
+            if (renamed || noTemp) EXPECT_EQ(extra, std::vector<std::string>{});
+            else EXPECT_EQ(extra, std::vector<std::string>{"nimbra.conf_to_Be_" + std::to_string(::getpid())});
+
+            // Standard error holds the documented lines only.
+            std::string expectedErr;
+            if (rec.failed("open", "lock")) {
+                expectedErr += "Can't open lock file " + std::string(std::filesystem::path(scene.target()).parent_path()) +
+                               "/.nimbra.conf.lock - 28\n";
+            }
+            if (badTemp) {
+                expectedErr += "Abort updating " + scene.target() + " error writing tmp file " +
+                               scene.temp(::getpid()) + "\n";
+            }
+            std::string rest = err;
+            const std::string logLockLine = "Can't open lock file /usr/.local.lock - 28\n";
+            for (std::size_t at; (at = rest.find(logLockLine)) != std::string::npos;) rest.erase(at, logLockLine.size());
+            EXPECT_EQ(rest, expectedErr);
+
+            // The repository takes the copy unless one of its own calls failed
+            // (stdio recovers from some on its own); a failed deposit is logged
+            // and never stops the update, and a deposit that says it succeeded
+            // holds the complete document, under its name and the ".org" one.
+            if (renamed && !rec.failed("stat", "description")) {
+                const std::string exit = "Exit - filename = \"" + scene.temp(::getpid()) + "\", ret=";
+                const bool deposited = log.has(exit + "0");
+                EXPECT_TRUE(deposited || log.has(exit + "-1")) << testing::PrintToString(log.messages());
+                if (!rec.anyFailed("device")) {
+                    EXPECT_TRUE(deposited);
+                }
+                if (deposited) {
+                    EXPECT_EQ(storedCopy(scene.dir(), scene.target()), gNewDocument);
+                    EXPECT_EQ(storedCopy(scene.dir(), scene.target() + ".org"), gNewDocument);
+                }
+            }
+
+            // The next update, with nothing failing, goes through.
+            EXPECT_EQ(writeWithTable(scene), 0);
+            EXPECT_EQ(readFile(scene.target()), gNewDocument);
+            EXPECT_EQ(scene.leftovers(), std::vector<std::string>{});
+            EXPECT_EQ(storedCopy(scene.dir(), scene.target()), gNewDocument) << "the store recovered";
+        }
+    }
+    std::printf("[          ] %d failure injections over %zu system calls\n", injected, points);
+}
+
+// The process killed right after each call: the target is the old document
+// or the complete new one, never anything in between, and the next update
+// (the lock died with the process) goes through.
+TEST_F(WritePath, KilledAfterEveryCall) {
+    const std::size_t points = cleanRun().size();
+    Scene scene;
+    for (std::size_t n = 1; n <= points; ++n) {
+        SCOPED_TRACE("killed after call " + std::to_string(n));
+        scene.reset();
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            gRec = Recorder();
+            gRec.killAfter = static_cast<long>(n);
+            LogCapture log(1);  // as in the clean run, so the calls are numbered alike
+            static_cast<void>(writeWithTable(scene, kRecording));
+            ::_exit(0);  // the call was never reached: counted as a finished update
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "status " << status;
+        const std::string text = readFile(scene.target());
+        EXPECT_TRUE(text == kOld || text == gNewDocument) << "partial target of " << text.size() << " bytes";
+        EXPECT_EQ(writeWithTable(scene), 0);
+        EXPECT_EQ(readFile(scene.target()), gNewDocument);
+    }
+}
+
+}  // namespace
