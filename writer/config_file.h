@@ -1,6 +1,8 @@
 #pragma once
 #include <ctime>
 
+#include "writer/sink.h"
+
 namespace model {
 struct SANBridge;
 }
@@ -16,6 +18,14 @@ namespace writer {
 /// Returns 0, or -1 on any failure. `when` is the header's time, `pid` names
 /// the temporary file.
 int writeDocumentToFile(const char* path, const model::SANBridge* bridge, std::time_t when, int pid) noexcept;
+
+/// The same update with the document already serialised: `text` must be the
+/// whole document of `bridge` (as writeDocumentToMemory makes it, nothing
+/// dropped); its bytes go to the file as they are. The bridge still decides
+/// the default path, the index file and the recorded instance. -1 also for
+/// an empty text.
+int writeDocumentTextToFile(const char* path, const model::SANBridge* bridge, const ConfigText& text,
+                            int pid) noexcept;
 
 /// "<default configuration path>.ndx" with the line "nextVDevID,trapLevel".
 /// Nothing is written or reported when the file can't be opened.

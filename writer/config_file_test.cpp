@@ -10,6 +10,7 @@
 #include "model/records.h"
 #include "tests/support/run_program.h"
 #include "tests/support/temporary_home.h"
+#include "writer/document.h"
 #include "xml/home.h"
 #include "xml/posix_ops.h"
 
@@ -116,6 +117,46 @@ TEST_F(StatusBlockTest, FailedUpdatePutsTheInstanceBack) {
     EXPECT_NE(testing::internal::GetCapturedStderr().find("Abort updating "), std::string::npos);
     EXPECT_EQ(local(), 5);
     EXPECT_FALSE(exists(dir.file("nimbra.conf")));
+}
+
+// A text made in memory is written through the same update: the same bytes
+// as written from the model, the same index file, instance and roll-back.
+TEST_F(StatusBlockTest, ReadyTextTakesTheSameUpdate) {
+    TempDir dir;
+    const std::string server = xml::hostName();
+    const std::string serverHome = serverDir(server);
+    model::SANBridge mine = bridgeNamed(server);
+    mine.timestamp = std::string(100'000, 't');  // a text of several pieces
+    bool complete = false;
+    const writer::ConfigText text = writer::writeDocumentToMemory(&mine, 86400, &complete);
+    ASSERT_TRUE(complete);
+    const std::string bytes(text.text.get(), static_cast<std::size_t>(text.length));
+
+    ASSERT_EQ(writer::writeDocumentTextToFile(dir.file("nimbra.conf").c_str(), &mine, text, getpid()), 0);
+    EXPECT_EQ(readFile(dir.file("nimbra.conf")), bytes);
+    ASSERT_EQ(writer::writeDocumentToFile(dir.file("model.conf").c_str(), &mine, 86400, getpid()), 0);
+    EXPECT_EQ(readFile(dir.file("model.conf")), bytes);
+    EXPECT_EQ(local(), 8);
+    EXPECT_EQ(readFile(serverHome + "/nimbra.conf.ndx"), "10005,3\n");
+    ASSERT_EQ(writer::writeDocumentTextToFile(dir.file("nimbra.conf").c_str(), &mine, text, getpid()), 0);
+    EXPECT_EQ(readFile(dir.file("nimbra.conf.previous")), bytes);
+
+    // Nothing to write: no update at all.
+    EXPECT_EQ(writer::writeDocumentTextToFile(dir.file("empty.conf").c_str(), &mine, writer::ConfigText{}, getpid()), -1);
+    EXPECT_EQ(writer::writeDocumentTextToFile(dir.file("empty.conf").c_str(), nullptr, text, getpid()), -1);
+    EXPECT_FALSE(exists(dir.file("empty.conf")));
+
+    ASSERT_TRUE(host::setConfigInstance(host::StatusGroup::Local, 5));
+    xml::posixOps().write = [](int, const void*, std::size_t) -> ssize_t {
+        errno = EIO;
+        return -1;
+    };
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(writer::writeDocumentTextToFile(dir.file("nimbra.conf").c_str(), &mine, text, getpid()), -1);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Abort updating "), std::string::npos);
+    xml::posixOps() = xml::realPosixOps();
+    EXPECT_EQ(local(), 5);
+    EXPECT_EQ(readFile(dir.file("nimbra.conf")), bytes);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "writer/document.h"
 
+#include <cstdint>
+
 #include "model/layout45.h"
 
 namespace writer {
@@ -48,11 +50,16 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
     out.write("</SANConfig>");
 }
 
-ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when) noexcept {
+ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete) noexcept {
+    if (complete != nullptr) *complete = false;
     if (bridge == nullptr) return {};
     XmlSink out = XmlSink::toMemory();
     writeDocument(out, *bridge, when);
-    return out.takeBuffer();
+    // A text longer than its length field can count is not whole either.
+    const bool whole = out.complete() && out.size() <= static_cast<std::size_t>(INT32_MAX);
+    ConfigText text = out.takeBuffer();
+    if (complete != nullptr) *complete = whole && text.text != nullptr;
+    return text;
 }
 
 }  // namespace writer

@@ -16,7 +16,12 @@ constexpr char kIndent[] = "                                                    
 }  // namespace
 
 XmlSink::XmlSink(XmlSink&& other) noexcept
-    : level(other.level), file_(other.file_), start_(other.start_), cursor_(other.cursor_), end_(other.end_) {
+    : level(other.level),
+      file_(other.file_),
+      start_(other.start_),
+      cursor_(other.cursor_),
+      end_(other.end_),
+      complete_(other.complete_) {
     other.start_ = other.cursor_ = other.end_ = nullptr;
     other.file_ = nullptr;
 }
@@ -70,6 +75,8 @@ void XmlSink::putSlow(char c) noexcept {
         *cursor_++ = c;
     } else if (file_ != nullptr) {
         static_cast<void>(std::fputc(c, file_));  // no chunk: a file loses nothing, it goes unbuffered
+    } else {
+        complete_ = false;
     }
 }
 
@@ -86,6 +93,7 @@ void XmlSink::writeSlow(std::string_view text) noexcept {
             return;
         }
         // Keep what fits: a memory sink that can't grow drops the rest.
+        complete_ = false;
         const std::size_t room = static_cast<std::size_t>(end_ - cursor_);
         if (room == 0) return;  // also no buffer at all: memcpy must not see its null pointer
         std::memcpy(cursor_, text.data(), room);

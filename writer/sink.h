@@ -101,6 +101,10 @@ public:
     void flush() noexcept;
     /// Bytes written so far (memory mode), or buffered and not yet flushed.
     std::size_t size() const noexcept { return static_cast<std::size_t>(cursor_ - start_); }
+    /// Memory mode: false once a byte was dropped for lack of memory, so the
+    /// text is not the whole of what was written. Stream mode: always true
+    /// (the stream's own error state tells).
+    bool complete() const noexcept { return complete_; }
 
 private:
     explicit XmlSink(std::FILE* file) noexcept : file_(file) {}
@@ -115,6 +119,7 @@ private:
     char* start_ = nullptr;
     char* cursor_ = nullptr;
     char* end_ = nullptr;
+    bool complete_ = true;
 };
 
 }  // namespace writer
