@@ -8,40 +8,15 @@
 //
 // Reported: bytes_per_second (input bytes) and tokens/s.
 #include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "bench/large_document40.h"
 #include "xml/lexer.h"
 
 namespace {
 
-const std::string& documentPath() {
-    static const std::string path = [] {
-        if (const char* given = std::getenv("XLATE45_BENCH_DOC")) return std::string(given);
-        const std::string generated = std::string(XLATE45_BENCH_DIR) + "/large40_seed1_scale10.conf";
-        if (!std::ifstream(generated)) {
-            const std::string command = std::string("python3 ") + XLATE45_BENCH_GENERATOR +
-                                        " --seed 1 --scale 10 > " + generated + ".part && mv " +
-                                        generated + ".part " + generated;
-            if (std::system(command.c_str()) != 0) std::fprintf(stderr, "lexer_bench: can't generate %s\n", generated.c_str());
-        }
-        return generated;
-    }();
-    return path;
-}
-
-const std::string& document() {
-    static const std::string text = [] {
-        std::ifstream in(documentPath(), std::ios::binary);
-        std::ostringstream all;
-        all << in.rdbuf();
-        return all.str();
-    }();
-    return text;
-}
+using bench::document;
+using bench::documentPath;
 
 // Lexes through TOK_EOF; `copyValues` also copies every attribute value out
 // (with entity decoding), as the element parsers do for text fields.
