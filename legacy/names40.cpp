@@ -159,30 +159,50 @@ int elementRow(const model::ElementName&, int index) { return index; }
 
 }  // namespace
 
-int lookupAttribute40(const char* name) noexcept {
+namespace {
+
+// Built on first use; null (after the message) when that fails, retried next time.
+const xml::NameTable* attributeTable40() noexcept {
     static std::unique_ptr<xml::NameTable> table;
-    if (name == nullptr) return -1;
     if (!table) {
         table = build(523, kAttributes40, &attributeNumber);
-        if (!table) {
-            std::fputs("parser: Can't init symbol lookup\n", stderr);
-            return -1;
-        }
+        if (!table) std::fputs("parser: Can't init symbol lookup\n", stderr);
     }
-    return table->lookup(name);
+    return table.get();
+}
+
+const xml::NameTable* elementTable40() noexcept {
+    static std::unique_ptr<xml::NameTable> table;
+    if (!table) {
+        table = build(293, kElements40, &elementRow);
+        if (!table) std::fputs("parser: Can't init struct lookup\n", stderr);
+    }
+    return table.get();
+}
+
+}  // namespace
+
+int lookupAttribute40(const char* name) noexcept {
+    if (name == nullptr) return -1;
+    const xml::NameTable* table = attributeTable40();
+    return table != nullptr ? table->lookup(name) : -1;
+}
+
+int lookupAttribute40(const xml::NameKey& key) noexcept {
+    const xml::NameTable* table = attributeTable40();
+    return table != nullptr ? table->lookup(key) : -1;
 }
 
 const model::ElementName* findElement40(const char* name) noexcept {
-    static std::unique_ptr<xml::NameTable> table;
     if (name == nullptr) return nullptr;
-    if (!table) {
-        table = build(293, kElements40, &elementRow);
-        if (!table) {
-            std::fputs("parser: Can't init struct lookup\n", stderr);
-            return nullptr;
-        }
-    }
-    const int row = table->lookup(name);
+    const xml::NameTable* table = elementTable40();
+    const int row = table != nullptr ? table->lookup(name) : -1;
+    return row >= 0 ? &kElements40[row] : nullptr;
+}
+
+const model::ElementName* findElement40(const xml::NameKey& key) noexcept {
+    const xml::NameTable* table = elementTable40();
+    const int row = table != nullptr ? table->lookup(key) : -1;
     return row >= 0 ? &kElements40[row] : nullptr;
 }
 

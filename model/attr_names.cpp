@@ -557,6 +557,11 @@ int lookupAttribute45(const char* name) noexcept {
     return table != nullptr ? table->lookup(name) : -1;
 }
 
+int lookupAttribute45(const xml::NameKey& key) noexcept {
+    const xml::NameTable* table = attributeTable();
+    return table != nullptr ? table->lookup(key) : -1;
+}
+
 const char* attributeName45(AttrId id) noexcept {
     const int number = static_cast<int>(id);
     // Binary search: the rows are in number order.
@@ -577,6 +582,13 @@ const ElementName* findElement45(const char* name) noexcept {
     const xml::NameTable* table = elementTable();
     if (table == nullptr) return nullptr;
     const int index = table->lookup(name);
+    return index >= 0 ? &kElements[index] : nullptr;
+}
+
+const ElementName* findElement45(const xml::NameKey& key) noexcept {
+    const xml::NameTable* table = elementTable();
+    if (table == nullptr) return nullptr;
+    const int index = table->lookup(key);
     return index >= 0 ? &kElements[index] : nullptr;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xml/name_table.h"
+
 // The 4.5 vocabulary: every attribute name and enumeration spelling with its
 // fixed number, and every element name with its number. The numbers are shared
 // with the 4.0 vocabulary, so one number means one attribute in both.
@@ -516,6 +518,8 @@ struct ElementName {
 /// null name). Builds the table on first use; when that fails prints
 /// "parser: Can't init symbol lookup\n" on stderr, gives -1 and retries next time.
 int lookupAttribute45(const char* name) noexcept;
+/// As above, for a name already measured (a token's nameKey()).
+int lookupAttribute45(const xml::NameKey& key) noexcept;
 
 /// The written name of an attribute number (first spelling in number order),
 /// or null when the number is not given.
@@ -525,6 +529,7 @@ const char* attributeName45(AttrId id) noexcept;
 /// null name). Builds the table on first use; when that fails prints
 /// "parser: Can't init struct lookup\n" on stderr, gives null and retries next time.
 const ElementName* findElement45(const char* name) noexcept;
+const ElementName* findElement45(const xml::NameKey& key) noexcept;
 /// The element number of `name`, or -1.
 int lookupElement45(const char* name) noexcept;
 

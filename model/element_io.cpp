@@ -44,20 +44,20 @@ void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Sch
         break;
     case AttrKind::Bool:
         fieldAs<std::int8_t>(spec, record) =
-            static_cast<std::int8_t>(kBoolean.read(schema.lookupAttribute(value.terminatedPayload())));
+            static_cast<std::int8_t>(kBoolean.read(schema.lookupAttribute(value.nameKey())));
         break;
     case AttrKind::Bool3:
         fieldAs<std::int8_t>(spec, record) =
-            static_cast<std::int8_t>(kNewUnit.read(schema.lookupAttribute(value.terminatedPayload())));
+            static_cast<std::int8_t>(kNewUnit.read(schema.lookupAttribute(value.nameKey())));
         break;
     case AttrKind::NewUnit:
-        fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.terminatedPayload()));
+        fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.nameKey()));
         break;
     case AttrKind::Text:
         fieldAs<Text>(spec, record) = value.payloadString();
         break;
     case AttrKind::Enum:
-        fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.terminatedPayload()));
+        fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.nameKey()));
         break;
     }
 }
@@ -106,7 +106,7 @@ AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* recor
         // Anything else counts as an attribute name. The name is looked up
         // before the value is taken because a token's text does not outlive
         // the next two tokens; the outcome is that of either order.
-        const AttrSpec* spec = layout.attribute(ctx.schema.lookupAttribute(token.terminatedPayload()));
+        const AttrSpec* spec = layout.attribute(ctx.schema.lookupAttribute(token.nameKey()));
         if (layout.order == ReadOrder::ValueFirst) {
             xml::Token value = xml::readValueToken(ts);
             if (!value) return AttrLoop::Failed;
@@ -122,7 +122,7 @@ AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* recor
 // parent has to be released (a list could not grow).
 bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::Token& start) {
     xml::TokenStream& ts = ctx.ts;
-    const ElementName* entry = ctx.schema.findElement(start.terminatedPayload());
+    const ElementName* entry = ctx.schema.findElement(start.nameKey());
     const LayoutBase* parser = entry != nullptr ? ctx.schema.parserFor(entry->number) : nullptr;
     // Unknown, without a parser, or nested too deep: drop the start tag alone,
     // so that its content is read as content of this element.
@@ -348,7 +348,7 @@ TopLevel nextTopLevel(ParseContext& ctx, int target, const ElementName** entry) 
         ts.skip();
         return TopLevel::Other;
     }
-    const ElementName* found = ctx.schema.findElement(token.terminatedPayload());
+    const ElementName* found = ctx.schema.findElement(token.nameKey());
     if (found != nullptr && found->number == target) {
         *entry = found;
         return TopLevel::Target;

@@ -14,8 +14,8 @@ namespace model {
 
 /// What a document layout supplies to the generic reader.
 struct Schema {
-    int (*lookupAttribute)(const char* name);                // number or -1
-    const ElementName* (*findElement)(const char* name);     // entry or null
+    int (*lookupAttribute)(const xml::NameKey& name);             // number or -1
+    const ElementName* (*findElement)(const xml::NameKey& name);  // entry or null
     const LayoutBase* (*parserFor)(int number);              // null: no parser
     const char* logFile;                                     // source file named in log lines
 };

@@ -20,6 +20,14 @@ constexpr bool isSpace(int c) noexcept { return c == '\t' || c == ' ' || c == '\
 // Characters that end an element or attribute name without being part of it.
 constexpr bool endsName(int c) noexcept { return isSpace(c) || c == '/' || c == '=' || c == '>'; }
 
+// The bytes at which a hashed name run stops: those that end a name, and NUL,
+// which ends its key.
+constexpr std::array<bool, 256> kNameRunStops = [] {
+    std::array<bool, 256> stops{};
+    for (int c = 0; c < 256; ++c) stops[c] = c == '\0' || endsName(c);
+    return stops;
+}();
+
 }  // namespace
 
 struct Lexer::Impl {
@@ -49,11 +57,21 @@ struct Lexer::Impl {
         while (isSpace(source->peek())) source->get();
     }
 
-    // Element or attribute name, as the payload; stops before white space, "/", "=", ">".
-    void readName(TokenSlot& t) noexcept {
+    // Element or attribute name, as the payload; stops before white space, "/",
+    // "=", ">". With `measure`, the token gets the name's key on the way.
+    void readName(TokenSlot& t, bool measure) noexcept {
         t.markDataStart();
+        std::uint32_t hash = 0;
+        std::uint32_t hashed = 0;  // bytes before the first NUL
+        std::uint32_t taken = 0;
+        bool pastKey = !measure;   // a NUL ends the key, not the name
         for (;;) {
-            if (source->buffered()) t.appendRun(source->takeRun(endsName));
+            if (source->buffered()) {
+                const std::string_view run = pastKey ? source->takeRun(endsName) : source->takeHashedRun(kNameRunStops, hash);
+                t.appendRun(run);
+                taken += static_cast<std::uint32_t>(run.size());
+                if (!pastKey) hashed += static_cast<std::uint32_t>(run.size());
+            }
             if (endsName(source->peek())) break;
             const int c = source->get();
             if (c == -1) {
@@ -61,8 +79,20 @@ struct Lexer::Impl {
                 break;
             }
             t.append(c);
+            ++taken;
+            pastKey = pastKey || c == 0;
+            if (!pastKey) {
+                hash = hash * 9 + static_cast<std::uint32_t>(c);
+                ++hashed;
+            }
         }
         t.markDataEnd();
+        // A failed growth loses bytes: the key would no longer match the payload.
+        if (measure && t.hasData && t.dataLength == taken) {
+            t.named = true;
+            t.nameHash = hash;
+            t.nameLength = hashed;
+        }
     }
 
     // Takes characters up to and including `delimiter`.
@@ -95,7 +125,7 @@ void Lexer::Impl::lex(TokenSlot& t) {
             state = afterTag();  // depth unchanged
         } else {
             t.type = Tok::Attribute;
-            readName(t);
+            readName(t, true);
             skipSpace();
             state = LexState::AfterAttrName;
         }
@@ -183,7 +213,7 @@ bool Lexer::Impl::markup(TokenSlot& t) {
     case '/':  // </
         t.type = Tok::EndTag;
         t.append(source->get());
-        readName(t);
+        readName(t, false);   // matched against the open element's name, not looked up
         readThrough(t, '>');  // whatever follows the name is not checked
         // The name is not matched against the open element, and depth may go negative.
         --depth;
@@ -282,7 +312,7 @@ bool Lexer::Impl::processingInstruction(TokenSlot& t) {  // <?
 void Lexer::Impl::startTag(TokenSlot& t) {  // <|name
     // At the end of input the name sets TOK_EOF and the peek below still makes the
     // token a TOK_START_TAG_OPEN: the next tokens end the input inside the tag.
-    readName(t);
+    readName(t, true);
     skipSpace();
     const int c = source->peek();
     if (c == '/') {

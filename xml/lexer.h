@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "xml/name_table.h"
 #include "xml/token_type.h"
 
 namespace xml {
@@ -39,6 +40,9 @@ public:
     /// The payload as a C string: stops at an embedded NUL, "" when empty. Stores
     /// the NUL in place, over the next raw character (a closing quote, say).
     const char* terminatedPayload() noexcept;
+    /// The payload's name key (its bytes up to an embedded NUL): measured by the
+    /// lexer for element and attribute names, here for any other token.
+    NameKey nameKey() const noexcept;
     /// The payload as a new string, up to an embedded NUL; an AttValue has its
     /// entity references decoded (reporting unknown ones on stderr).
     std::string payloadString() const;
@@ -121,6 +125,12 @@ inline std::string_view Token::payload() const noexcept {
     const TokenSlot* slot = live();
     if (!slot || !slot->hasData) return {};
     return {slot->storage + slot->dataStart, slot->dataLength};
+}
+
+inline NameKey Token::nameKey() const noexcept {
+    const TokenSlot* slot = live();
+    if (slot && slot->named) return {slot->storage + slot->dataStart, slot->nameLength, slot->nameHash};
+    return xml::nameKey(payload());
 }
 
 inline const char* Token::terminatedPayload() noexcept {

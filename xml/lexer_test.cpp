@@ -306,6 +306,44 @@ TEST(Lexer, AccumulatorLimit) {
     EXPECT_EQ(sequence(*lexer), "Open[b] Attr[x] Eq MemError[" + std::string(63, 'v') + "] EmptyClose Eof");
 }
 
+// Names carry the key the lexer measured as it read them; it must be the key
+// of the payload up to its first NUL, whatever the token.
+TEST(Lexer, NameKeyMatchesPayload) {
+    using namespace std::string_literals;
+    const std::string long40(40, 'n');
+    const std::string rows[] = {
+        "<a x='1' yy=\"2\"/>",
+        "<" + long40 + " " + long40 + "='v'>text</" + long40 + ">",
+        "<a\0b x\0y='p\0q'></a\0b>"s,
+        "<\0a x=1>"s,
+        "<a\r\nx='1'\r\n/>",
+        "<a x",
+    };
+    for (const std::string& input : rows) {
+        SCOPED_TRACE(input);
+        std::unique_ptr<Lexer> lexer = lexerOn(input);
+        for (int i = 0; i < 20; ++i) {
+            const Token token = lexer->next();
+            const NameKey key = token.nameKey();
+            const NameKey expected = nameKey(token.payload());
+            EXPECT_EQ(key.length, expected.length) << i;
+            EXPECT_EQ(key.hash, expected.hash) << i;
+            if (key.length != 0) {
+                EXPECT_EQ(key.data, token.payload().data()) << i;
+            }
+            if (token.type() == Tok::Eof) break;
+        }
+    }
+    // A name cut short by the accumulator limit is measured over what was kept.
+    const std::string input = "<" + long40 + " a='1'/>";
+    std::unique_ptr<Lexer> lexer = lexerOn(input);
+    lexer->setAccumulatorLimit(16);
+    const Token cut = lexer->next();
+    EXPECT_EQ(cut.payload(), std::string(15, 'n'));
+    EXPECT_EQ(cut.nameKey().length, 15u);
+    EXPECT_EQ(cut.nameKey().hash, nameHash(std::string(15, 'n')));
+}
+
 TEST(Lexer, DumpFormat) {
     std::unique_ptr<Lexer> lexer = lexerOn("<a x='&lt;1'/>");
     lexer->next();

@@ -42,6 +42,11 @@ Measured measure(const char* name, std::size_t limit) noexcept {
 
 std::uint32_t nameHash(std::string_view name) noexcept { return measure(name.data(), name.size()).hash; }
 
+NameKey nameKey(std::string_view name) noexcept {
+    const Measured m = measure(name.data(), name.size());
+    return {name.data(), m.length, m.hash};
+}
+
 NameTable::NameTable(std::uint32_t bucketCount)
     : buckets_(bucketCount == 0 ? 1 : bucketCount), modMagic_(UINT64_MAX / buckets_.size() + 1) {}
 
@@ -81,22 +86,23 @@ void NameTable::insert(int number, std::string_view name) noexcept {
     }
 }
 
-int NameTable::find(const char* name, std::size_t limit) const noexcept {
-    const Measured key = measure(name, limit);
+int NameTable::lookup(const NameKey& key) const noexcept {
     for (const Entry* e = buckets_[bucketOf(key.hash)].get(); e; e = e->next.get()) {
+        // A zero length may come with no data at all, which memcmp must not see.
         if (e->hash == key.hash && e->key.size() == key.length &&
-            std::memcmp(e->key.data(), name, key.length) == 0) {
+            (key.length == 0 || std::memcmp(e->key.data(), key.data, key.length) == 0)) {
             return e->value;
         }
     }
     return -1;
 }
 
-int NameTable::lookup(std::string_view name) const noexcept { return find(name.data(), name.size()); }
+int NameTable::lookup(std::string_view name) const noexcept { return lookup(nameKey(name)); }
 
 int NameTable::lookup(const char* name) const noexcept {
     if (!name) return -1;
-    return find(name, SIZE_MAX);
+    const Measured m = measure(name, SIZE_MAX);
+    return lookup(NameKey{name, m.length, m.hash});
 }
 
 }  // namespace xml

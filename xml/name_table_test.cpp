@@ -64,6 +64,31 @@ TEST(NameTable, Lookup) {
     EXPECT_FALSE(table.error());
 }
 
+// A key measured elsewhere (by the lexer) finds what the name itself finds.
+TEST(NameTable, LookupByKey) {
+    NameTable table(7);
+    table.insert(1, "name");
+    table.insert(2, "");
+    table.insert(3, "ba");
+    table.insert(4, "aj");  // same hash and length as "ba"
+    struct Row {
+        std::string_view name;
+        int number;
+    };
+    const Row rows[] = {
+        {"name", 1}, {"nam", -1}, {"names", -1}, {"", 2}, {"ba", 3}, {"aj", 4},
+        {std::string_view("name\0zz", 7), 1},  // the key stops at the NUL
+        {std::string_view("\0", 1), 2},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.name));
+        const NameKey key = nameKey(row.name);
+        EXPECT_EQ(key.hash, nameHash(row.name));
+        EXPECT_EQ(table.lookup(key), row.number);
+    }
+    EXPECT_EQ(table.lookup(NameKey{}), 2);  // no data at all is the empty name
+}
+
 // With one bucket every name shares a chain: replacing and finding still work.
 TEST(NameTable, SharedChain) {
     NameTable table(1);

@@ -1,5 +1,7 @@
 #pragma once
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string_view>
@@ -68,6 +70,24 @@ public:
         }
         cur_ = p;
         line_ += lines;
+        return {start, static_cast<std::size_t>(p - start)};
+    }
+
+    /// Takes the bytes up to the first one marked in `stops`, or the end, and
+    /// carries `hash` (h = h * 9 + byte) over them, so that a name is measured
+    /// as it is read. `stops` must mark CR and LF (so no line is counted here)
+    /// and NUL (where a name's key ends).
+    std::string_view takeHashedRun(const std::array<bool, 256>& stops, std::uint32_t& hash) noexcept {
+        const char* const start = cur_;
+        const char* p = cur_;
+        std::uint32_t h = hash;
+        for (; p != end_; ++p) {
+            const unsigned char c = static_cast<unsigned char>(*p);
+            if (stops[c]) break;
+            h = h * 9 + c;
+        }
+        cur_ = p;
+        hash = h;
         return {start, static_cast<std::size_t>(p - start)};
     }
 

@@ -111,6 +111,9 @@ std::string dumpAll(Lexer& lexer) {
         const Token token = lexer.next();
         std::fprintf(out, "line %lu\n", lexer.line());
         token.dump(out);
+        // Names are measured while the stream is read too.
+        const NameKey key = token.nameKey();
+        std::fprintf(out, "key %zu %u\n", key.length, key.hash);
         if (token.type() == Tok::Eof) break;
     }
     std::fclose(out);

@@ -28,6 +28,11 @@ struct TokenSlot {
     std::uint32_t dataStart = 0;
     std::uint32_t dataLength = 0;
     bool hasData = false;
+    // An element or attribute name gets its key while it is read: the hash and
+    // length of the payload up to its first NUL.
+    bool named = false;
+    std::uint32_t nameHash = 0;
+    std::uint32_t nameLength = 0;
     std::uint32_t limit = kAccumulatorLimit;
     char* storage = nullptr;       // at least capacity + 1 bytes once capacity > 0
     std::size_t storageSize = 0;
@@ -42,6 +47,7 @@ struct TokenSlot {
         ++generation;
         used = capacity = dataStart = dataLength = 0;
         hasData = false;
+        named = false;
     }
 
     /// Doubles the capacity (16 at first). False, with the type TOK_MEMORY_ERROR,
