@@ -4,9 +4,7 @@
 #include <utility>
 
 #include "legacy/sanparse_x.h"
-#include "model/layout45.h"
-#include "model/sanparse.h"
-#include "writer/sink.h"
+#include "tool/migrate_partition.h"
 
 namespace tool {
 
@@ -15,9 +13,6 @@ namespace {
 constexpr std::uint32_t kMissingArgument = 0x9001000D;
 constexpr std::uint32_t kNothingProduced = 0x90010005;
 constexpr std::int32_t kConnectionScsi = 2;
-
-// Thrown inside the migration when a part can't be built; caught at its entry.
-struct MigrationFailed {};
 
 model::PhysicalAdapter rebuildAdapter(legacy::PhysicalAdapter& old) {
     model::PhysicalAdapter adapter;
@@ -46,19 +41,6 @@ bool isFurtherPath(const model::PhysicalDev& device) {
     const model::SCSIAddress& own = device.scsiAddress;
     return first.adapter != own.adapter || first.channel != own.channel || first.id != own.id ||
            first.lun != own.lun;
-}
-
-// The server partition goes through its text form: written with the 4.5
-// writer, read back with the 4.5 reader.
-model::NimbraPartition roundTripPartition(const model::NimbraPartition& old) {
-    writer::XmlSink out = writer::XmlSink::toMemory();
-    model::writeRecord(out, model::kNimbraPartition45, old);
-    const writer::ConfigText text = out.takeBuffer();
-    if (!text.text) throw MigrationFailed{};
-    std::unique_ptr<model::NimbraPartition> read =
-        model::readPartition45(text.text.get(), static_cast<std::size_t>(text.length));
-    if (!read) throw MigrationFailed{};
-    return std::move(*read);
 }
 
 // The texts are taken from the 4.0 device rather than copied, and what is left
@@ -97,7 +79,8 @@ model::PhysicalDev convertDevice(model::PhysicalDev& old) {
     }
     // A fresh configuration-partition record: the 4.0 area is not valid in 4.5.
     if (old.confPartition) device.confPartition.emplace();
-    device.nimbraPartition = roundTripPartition(old.nimbraPartition);
+    // The server partition becomes what the 4.5 writer and reader make of it.
+    device.nimbraPartition = normalisePartition(old.nimbraPartition);
     // As many facts as before, but empty: their 4.0 texts do not apply any more.
     device.infoItems.resize(old.infoItems.size());
     old = model::PhysicalDev{};
