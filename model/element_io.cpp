@@ -268,7 +268,7 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
 
 void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
     out.write("</");
-    out.writeName(layout.name);
+    out.write(std::string_view(layout.name, layout.nameLength));
     out.put('>');
 }
 
@@ -287,12 +287,10 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
     out.put('<');
-    out.writeName(layout.name);
+    out.write(std::string_view(layout.name, layout.nameLength));
     for (const AttrSpec& spec : layout.attrs) {
         if (!shouldWrite(spec, record)) continue;
-        out.put(' ');
-        out.writeName(spec.name);
-        out.write("=\"");
+        out.attributeLead(spec.name, spec.nameLength);
         writeValue(out, spec, record);
         out.put('"');
     }

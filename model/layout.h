@@ -38,6 +38,7 @@
 // declare its own records where it differs.
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <new>
 #include <optional>
@@ -86,12 +87,17 @@ enum class Store : std::uint8_t { Single, Optional, OptionalAlways, Repeated };
 
 struct AttrSpec {
     const char* name;  // as written
+    std::uint32_t nameLength;  // measured once, so the writer copies the name whole
     int id;            // number in the schema's attribute table
     AttrKind kind;
     WriteIf when;
     std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
     const EnumTable* table;      // Enum only
-    void* (*field)(void* record);
+    std::uint32_t offset;        // of the field in its record
+
+    // An offset rather than an accessor function: an attribute is read or
+    // written several times per record, and an indirect call each time showed.
+    void* field(void* record) const noexcept { return static_cast<char*>(record) + offset; }
 };
 
 }  // namespace model
@@ -131,6 +137,7 @@ struct ChildSpec {
 struct LayoutBase {
     int element;
     const char* name;     // as written
+    std::uint32_t nameLength;
     const char* routine;  // in log lines: "parsePhysicalDev"
     std::string allocFailure;  // "Can't allocate memory for <record>"
     Form form;
@@ -185,6 +192,7 @@ struct Layout : LayoutBase {
            LayoutOptions<R> options = {})
         : LayoutBase{static_cast<int>(id),
                      elementName,
+                     static_cast<std::uint32_t>(std::strlen(elementName)),
                      routineName,
                      std::string("Can't allocate memory for ") +
                          (options.record != nullptr ? options.record : elementName),
@@ -249,10 +257,20 @@ template <class F>
 constexpr bool isOptionalField = std::is_same_v<F, std::optional<typename F::value_type>> ||
                                  std::is_same_v<F, Boxed<typename F::value_type>> || std::is_same_v<F, Text>;
 
+// Where member M lies in its record, measured on a default record.
+template <auto M>
+std::uint32_t offsetOf() {
+    const typename MemberOf<decltype(M)>::Record probe{};
+    return static_cast<std::uint32_t>(reinterpret_cast<const char*>(&(probe.*M)) -
+                                      reinterpret_cast<const char*>(&probe));
+}
+
 template <auto M>
 AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
                   std::int32_t zeroWrittenAs = 0) {
-    return AttrSpec{attributeName45(id), static_cast<int>(id), kind, when, zeroWrittenAs, table, &fieldOf<M>};
+    const char* name = attributeName45(id);
+    return AttrSpec{name, name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u, static_cast<int>(id),
+                    kind, when, zeroWrittenAs, table, offsetOf<M>()};
 }
 
 template <class C>
