@@ -69,9 +69,26 @@ private:
     std::size_t slotOf(std::uint32_t hash) const noexcept {
         return static_cast<std::size_t>((hash * 0x9E3779B1u) >> shift_);  // spreads h*9 hashes' high bits
     }
-    // A zero length may come with no data at all, which memcmp must not see.
+    // Names are short: up to 16 bytes are compared as two overlapping words
+    // each, which stay inside both names, instead of through a call. A zero
+    // length may come with no data at all, which must not be read.
     static bool sameBytes(const char* a, const char* b, std::size_t n) noexcept {
-        return n == 0 || std::memcmp(a, b, n) == 0;
+        if (n > 16) return std::memcmp(a, b, n) == 0;
+        if (n >= 8) return sameWords<std::uint64_t>(a, b, n);
+        if (n >= 4) return sameWords<std::uint32_t>(a, b, n);
+        for (std::size_t i = 0; i < n; ++i) {
+            if (a[i] != b[i]) return false;
+        }
+        return true;
+    }
+    template <class W>
+    static bool sameWords(const char* a, const char* b, std::size_t n) noexcept {
+        W a0, b0, a1, b1;
+        std::memcpy(&a0, a, sizeof(W));
+        std::memcpy(&b0, b, sizeof(W));
+        std::memcpy(&a1, a + n - sizeof(W), sizeof(W));
+        std::memcpy(&b1, b + n - sizeof(W), sizeof(W));
+        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
     }
     Slot* find(const NameKey& key) noexcept;
     void resize(std::size_t count);
