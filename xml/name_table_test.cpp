@@ -89,6 +89,25 @@ TEST(NameTable, LookupByKey) {
     EXPECT_EQ(table.lookup(NameKey{}), 2);  // no data at all is the empty name
 }
 
+// Names that differ only in two middle bytes with the same hash and length
+// ("ba" and "aj" add alike) are told apart at every length a compare handles
+// differently.
+TEST(NameTable, SameHashAndLengthDifferInTheMiddle) {
+    for (std::size_t length : {2u, 3u, 5u, 7u, 9u, 12u, 16u, 17u, 40u}) {
+        SCOPED_TRACE(length);
+        const std::string pad(length - 2, 'x');
+        const std::string first = pad.substr(0, pad.size() / 2) + "ba" + pad.substr(pad.size() / 2);
+        const std::string second = pad.substr(0, pad.size() / 2) + "aj" + pad.substr(pad.size() / 2);
+        ASSERT_EQ(nameHash(first), nameHash(second));
+        NameTable table(7);
+        table.insert(1, first);
+        EXPECT_EQ(table.lookup(nameKey(second)), -1);
+        table.insert(2, second);
+        EXPECT_EQ(table.lookup(nameKey(first)), 1);
+        EXPECT_EQ(table.lookup(nameKey(second)), 2);
+    }
+}
+
 // A table made for one name takes a thousand: replacing and finding still work.
 TEST(NameTable, GrowsPastItsBucketCount) {
     NameTable table(1);
