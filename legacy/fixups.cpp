@@ -88,9 +88,9 @@ void fillOwners(SANBridge& bridge) {
 // has a WWPN. When a client has any such pair, its list becomes the expansion
 // alone: deliberately, its pairs without a wildcard are dropped then.
 void expandWildcardTargets(SANBridge& bridge) {
-    std::vector<const std::string*> targets;
+    std::vector<std::string_view> targets;
     for (const PhysicalAdapter& adapter : bridge.physicalResources.physicalAdapters) {
-        if (adapter.mode == kTargetMode && adapter.WWPN.has_value()) targets.push_back(&*adapter.WWPN);
+        if (adapter.mode == kTargetMode && adapter.WWPN.has_value()) targets.push_back(*adapter.WWPN);
     }
     for (model::SANClient& client : bridge.sanClientList.items) {
         std::vector<model::WWPNPair>& pairs = client.fibreChannelProperties.wwpnPairList.items;
@@ -98,7 +98,7 @@ void expandWildcardTargets(SANBridge& bridge) {
             std::vector<model::WWPNPair> expanded;
             for (const model::WWPNPair& pair : pairs) {
                 if (pair.targetWWPN != "*") continue;
-                for (const std::string* target : targets) expanded.push_back({pair.initiatorWWPN, *target});
+                for (const std::string_view target : targets) expanded.push_back({pair.initiatorWWPN, target});
             }
             if (!expanded.empty()) pairs = std::move(expanded);
         } catch (const std::bad_alloc&) {

@@ -259,7 +259,7 @@ TEST(Reader40, ClientPairsInDocumentOrder) {
         R"(<WWPNList><WWPN name="w"/></WWPNList></FibreChannelProperties></SANClient></SANClientList>)"));
     const auto& pairs = bridge.sanClientList.items.at(0).fibreChannelProperties.wwpnPairList.items;
     std::vector<std::string> seen;
-    for (const model::WWPNPair& pair : pairs) seen.push_back(*pair.initiatorWWPN + ">" + *pair.targetWWPN);
+    for (const model::WWPNPair& pair : pairs) seen.push_back(std::string(*pair.initiatorWWPN) + ">" + std::string(*pair.targetWWPN));
     EXPECT_EQ(seen, (std::vector<std::string>{"i1>t1", "i2>t2", "i3>t3"}));
 }
 

@@ -53,9 +53,16 @@ void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Sch
     case AttrKind::NewUnit:
         fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.nameKey()));
         break;
-    case AttrKind::Text:
-        fieldAs<Text>(spec, record) = value.payloadString();
+    case AttrKind::Text: {
+        // Most values hold no reference: those are stored straight from the token.
+        const std::string_view raw = cString(value.payload());
+        if (raw.find('&') == std::string_view::npos) {
+            fieldAs<Text>(spec, record) = raw;
+        } else {
+            fieldAs<Text>(spec, record) = value.payloadString();
+        }
         break;
+    }
     case AttrKind::Enum:
         fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.nameKey()));
         break;
@@ -268,7 +275,7 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
 
 void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
     out.write("</");
-    out.writeName(layout.name);
+    out.write(std::string_view(layout.name, layout.nameLength));
     out.put('>');
 }
 
@@ -287,12 +294,10 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
     out.put('<');
-    out.writeName(layout.name);
+    out.write(std::string_view(layout.name, layout.nameLength));
     for (const AttrSpec& spec : layout.attrs) {
         if (!shouldWrite(spec, record)) continue;
-        out.put(' ');
-        out.writeName(spec.name);
-        out.write("=\"");
+        out.attributeLead(spec.name, spec.nameLength);
         writeValue(out, spec, record);
         out.put('"');
     }
@@ -301,13 +306,13 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
         out.write("/>");
         return;
     case Form::TextContent: {
-        const std::string& text = *static_cast<const std::string*>(record);
+        const std::string_view text = *static_cast<const std::string_view*>(record);
         if (text.empty() || text[0] == '\0') {
             out.write("/>");
             return;
         }
         out.put('>');
-        out.escaped(text.c_str());
+        out.escapedStored(text);  // a NUL ends it
         writeEndTag(out, layout);
         return;
     }

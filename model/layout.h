@@ -15,7 +15,8 @@
 // - The element number and written name, the routine name that log lines carry,
 //   then the form: AlwaysShort (attributes only, "/>"), ShortWhenEmpty ("/>"
 //   when no child would be written), AlwaysLong, or TextContent (R is
-//   std::string: <X>text</X>, or <X/> when empty).
+//   std::string, read into a string and written from a std::string_view of
+//   it or of a Text: <X>text</X>, or <X/> when empty).
 // - Attributes in written order: attr::i32 (%d), attr::long32 (%ld, read with
 //   the long reader), attr::sector (unsigned decimal), attr::hex ("0x%X"),
 //   attr::boolean (two-way), attr::bool3 (three-way: "true" 1, "false" 0,
@@ -38,6 +39,7 @@
 // declare its own records where it differs.
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <new>
 #include <optional>
@@ -86,12 +88,17 @@ enum class Store : std::uint8_t { Single, Optional, OptionalAlways, Repeated };
 
 struct AttrSpec {
     const char* name;  // as written
+    std::uint32_t nameLength;  // measured once, so the writer copies the name whole
     int id;            // number in the schema's attribute table
     AttrKind kind;
     WriteIf when;
     std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
     const EnumTable* table;      // Enum only
-    void* (*field)(void* record);
+    std::uint32_t offset;        // of the field in its record
+
+    // An offset rather than an accessor function: an attribute is read or
+    // written several times per record, and an indirect call each time showed.
+    void* field(void* record) const noexcept { return static_cast<char*>(record) + offset; }
 };
 
 }  // namespace model
@@ -131,6 +138,7 @@ struct ChildSpec {
 struct LayoutBase {
     int element;
     const char* name;     // as written
+    std::uint32_t nameLength;
     const char* routine;  // in log lines: "parsePhysicalDev"
     std::string allocFailure;  // "Can't allocate memory for <record>"
     Form form;
@@ -185,6 +193,7 @@ struct Layout : LayoutBase {
            LayoutOptions<R> options = {})
         : LayoutBase{static_cast<int>(id),
                      elementName,
+                     static_cast<std::uint32_t>(std::strlen(elementName)),
                      routineName,
                      std::string("Can't allocate memory for ") +
                          (options.record != nullptr ? options.record : elementName),
@@ -249,10 +258,20 @@ template <class F>
 constexpr bool isOptionalField = std::is_same_v<F, std::optional<typename F::value_type>> ||
                                  std::is_same_v<F, Boxed<typename F::value_type>> || std::is_same_v<F, Text>;
 
+// Where member M lies in its record, measured on a default record.
+template <auto M>
+std::uint32_t offsetOf() {
+    const typename MemberOf<decltype(M)>::Record probe{};
+    return static_cast<std::uint32_t>(reinterpret_cast<const char*>(&(probe.*M)) -
+                                      reinterpret_cast<const char*>(&probe));
+}
+
 template <auto M>
 AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
                   std::int32_t zeroWrittenAs = 0) {
-    return AttrSpec{attributeName45(id), static_cast<int>(id), kind, when, zeroWrittenAs, table, &fieldOf<M>};
+    const char* name = attributeName45(id);
+    return AttrSpec{name, name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u, static_cast<int>(id),
+                    kind, when, zeroWrittenAs, table, offsetOf<M>()};
 }
 
 template <class C>
@@ -289,36 +308,56 @@ inline const LayoutBase* chosen(const ChildSpec& spec, const void* record) {
     return index >= 0 && index < spec.alternativeCount ? spec.alternatives[index] : nullptr;
 }
 
+// The record handed to writeElement. A text-content element is written from
+// a view of its characters, whether they are held in a string or in a Text.
+template <class R>
+void writeChildRecord(writer::XmlSink& out, const LayoutBase& layout, const R& record) {
+    if constexpr (std::is_same_v<R, std::string> || std::is_same_v<R, TextView>) {
+        const std::string_view text = record;
+        writeElement(out, layout, &text);
+    } else {
+        writeElement(out, layout, &record);
+    }
+}
+// What `pick` sees of an optional child: a Text has no alternatives to pick from.
+template <class F>
+const void* pickedRecord(const F& value) {
+    if constexpr (std::is_same_v<F, Text>) {
+        return nullptr;
+    } else {
+        return &*value;
+    }
+}
+
 template <class C>
 void writeSingle(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
     newLineBefore(out);
-    writeElement(out, *spec.layout, field);
+    writeChildRecord(out, *spec.layout, *static_cast<const C*>(field));
 }
 template <class F>
 void writeOptional(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
     const auto& value = *static_cast<const F*>(field);
     if (!value) return;
-    const LayoutBase* layout = chosen(spec, &*value);
+    const LayoutBase* layout = chosen(spec, pickedRecord(value));
     if (layout == nullptr) return;
     newLineBefore(out);
-    writeElement(out, *layout, &*value);
+    writeChildRecord(out, *layout, *value);
 }
 template <class F>
 void writeOptionalAlways(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
     const auto& value = *static_cast<const F*>(field);
     newLineBefore(out);
     if (value) {
-        writeElement(out, *spec.layout, &*value);
+        writeChildRecord(out, *spec.layout, *value);
     } else {
-        const typename F::value_type empty{};
-        writeElement(out, *spec.layout, &empty);
+        writeChildRecord(out, *spec.layout, typename F::value_type{});
     }
 }
 template <class C>
 void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* field) {
     for (const C& record : *static_cast<const std::vector<C>*>(field)) {
         newLineBefore(out);
-        writeElement(out, *spec.layout, &record);
+        writeChildRecord(out, *spec.layout, record);
     }
 }
 
@@ -326,7 +365,7 @@ inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
 template <class F>
 bool optionalPresent(const ChildSpec& spec, const void* field) {
     const auto& value = *static_cast<const F*>(field);
-    return value.has_value() && chosen(spec, &*value) != nullptr;
+    return value.has_value() && chosen(spec, pickedRecord(value)) != nullptr;
 }
 template <class C>
 bool repeatedPresent(const ChildSpec&, const void* field) {

@@ -44,16 +44,31 @@ TEST(Text, BehavesAsAnOptionalString) {
 TEST(Text, CopiesAreDeepAndMovesTakeTheValue) {
     Text original = "name";
     Text copy = original;
-    copy->append("2");
+    copy = std::string(*copy) + "2";
     EXPECT_EQ(original, "name");
     EXPECT_EQ(copy, "name2");
 
     Text moved = std::move(copy);
     EXPECT_EQ(moved, "name2");
+    EXPECT_FALSE(copy.has_value());  // NOLINT: a moved-from text is absent
     Text assigned;
     assigned = moved;
-    *moved = "changed";
+    moved = "changed";
     EXPECT_EQ(assigned, "name2");
+    assigned = *assigned;  // from its own characters
+    EXPECT_EQ(assigned, "name2");
+}
+
+// The characters are kept whole, NULs and all, and a NUL follows them.
+TEST(Text, KeepsEveryByteAndEndsInNul) {
+    const std::string bytes("a\0b\xff", 4);
+    const Text text = bytes;
+    EXPECT_EQ(text->size(), 4u);
+    EXPECT_EQ(std::string(*text), bytes);
+    EXPECT_EQ(text->c_str()[4], '\0');
+    const Text empty = "";
+    EXPECT_TRUE(empty->empty());
+    EXPECT_STREQ(empty->c_str(), "");
 }
 
 TEST(Text, ComparesAsAnOptionalDoes) {

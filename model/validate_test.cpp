@@ -39,7 +39,7 @@ TEST(Validate, AdaptersSortedByNumberKeepingEqualOnesInOrder) {
     }
     validateSANBridge(bridge);
     std::string order;
-    for (const PhysicalAdapter& adapter : bridge.physicalResources.physicalAdapters.items) order += *adapter.info + " ";
+    for (const PhysicalAdapter& adapter : bridge.physicalResources.physicalAdapters.items) (order += *adapter.info) += " ";
     EXPECT_EQ(order, "a b1 b2 c ");
 }
 

@@ -49,9 +49,12 @@ std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now
     return out.text ? 0 : kSerialiseFailed;
 }
 
+// The model a caller asked to keep; reachable until the process ends.
+model::SANBridge* keptModel = nullptr;
+
 }  // namespace
 
-int convert(const char* inputPath, const char* outputPath, bool verbose) noexcept {
+int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel) noexcept {
     ConfigText text;
     const int readResult = readXMLFromFile(inputPath, &text, verbose);
     if (readResult != 0) {
@@ -100,6 +103,10 @@ int convert(const char* inputPath, const char* outputPath, bool verbose) noexcep
         result = writer::writeDocumentToFile(outputPath, root.get(), now, pid);
     }
     if (result != 0 && verbose) std::printf("write configuration to file %s failed.\n", outputPath);
+    if (keepModel) {
+        delete keptModel;
+        keptModel = root.release();
+    }
     return result;
 }
 

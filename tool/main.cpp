@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     const bool verbose = isVerbose(argc, argv);
-    const int result = tool::convert(argv[1], argv[2], verbose);
+    const int result = tool::convert(argv[1], argv[2], verbose, /*keepModel=*/true);
     if (result == 0 && verbose) {
         std::printf("convert configuration from %s to %s successfully\n", argv[1], argv[2]);
     }

@@ -79,6 +79,22 @@ public:
         }
         cursor_ = cursor;
     }
+    /// ` name="`, the lead of an attribute whose name has `length` bytes: one
+    /// copy on the common path, where the whole of it fits.
+    void attributeLead(const char* name, std::size_t length) noexcept {
+        if (length + 3 <= static_cast<std::size_t>(end_ - cursor_)) {
+            char* cursor = cursor_;
+            cursor[0] = ' ';
+            std::memcpy(cursor + 1, name, length);
+            cursor[length + 1] = '=';
+            cursor[length + 2] = '"';
+            cursor_ = cursor + length + 3;
+        } else {
+            put(' ');
+            write(std::string_view(name, length));
+            write("=\"");
+        }
+    }
     void newLine() noexcept;
     /// Decimal as "%d".
     void decimal(std::int32_t value) noexcept;

@@ -1,5 +1,7 @@
 #include "xml/name_table.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -14,13 +16,6 @@ std::string_view untilNul(std::string_view name) noexcept {
     return nul == std::string_view::npos ? name : name.substr(0, nul);
 }
 }  // namespace
-
-struct NameTable::Entry {
-    std::string key;
-    std::uint32_t hash;  // kept, so that a look-up compares keys only on a full match of hashes
-    int value;
-    std::unique_ptr<Entry> next;
-};
 
 namespace {
 
@@ -47,54 +42,60 @@ NameKey nameKey(std::string_view name) noexcept {
     return {name.data(), m.length, m.hash};
 }
 
-NameTable::NameTable(std::uint32_t bucketCount)
-    : buckets_(bucketCount == 0 ? 1 : bucketCount), modMagic_(UINT64_MAX / buckets_.size() + 1) {}
-
-// hash % bucket count without a division: exact for 32-bit hashes and counts
-// (a look-up is frequent enough for the division to show).
-std::size_t NameTable::bucketOf(std::uint32_t hash) const noexcept {
-    const std::uint64_t fraction = modMagic_ * hash;
-    return static_cast<std::size_t>((static_cast<unsigned __int128>(fraction) * buckets_.size()) >> 64);
+NameTable::NameTable(std::uint32_t bucketCount) : bucketCount_(bucketCount == 0 ? 1 : bucketCount) {
+    resize(std::bit_ceil(std::max<std::size_t>(16, bucketCount_)));
 }
 
-NameTable::~NameTable() {
-    // Unlink chains iteratively: a long chain must not recurse once per entry.
-    for (std::unique_ptr<Entry>& head : buckets_) {
-        while (head) head = std::move(head->next);
-    }
-}
-
+NameTable::~NameTable() = default;
 NameTable::NameTable(NameTable&&) noexcept = default;
 NameTable& NameTable::operator=(NameTable&&) noexcept = default;
 
-void NameTable::insert(int number, std::string_view name) noexcept {
-    name = untilNul(name);
-    const std::uint32_t hash = nameHash(name);
-    std::unique_ptr<Entry>& head = buckets_[bucketOf(hash)];
-    for (Entry* e = head.get(); e; e = e->next.get()) {
-        if (e->key == name) {
-            e->value = number;
-            return;
+NameTable::Slot* NameTable::find(const NameKey& key) noexcept {
+    if (slots_.empty()) return nullptr;
+    for (std::size_t i = slotOf(key.hash);; i = (i + 1) & mask_) {
+        Slot& slot = slots_[i];
+        if (slot.key == nullptr) return nullptr;
+        if (slot.hash == key.hash && slot.length == key.length && sameBytes(slot.key, key.data, key.length)) {
+            return &slot;
         }
-    }
-    try {
-        auto entry = std::make_unique<Entry>(Entry{std::string(name), hash, number, nullptr});
-        entry->next = std::move(head);
-        head = std::move(entry);
-    } catch (const std::bad_alloc&) {
-        error_ = true;  // the name stays missing: lookups give -1 for it
     }
 }
 
-int NameTable::lookup(const NameKey& key) const noexcept {
-    for (const Entry* e = buckets_[bucketOf(key.hash)].get(); e; e = e->next.get()) {
-        // A zero length may come with no data at all, which memcmp must not see.
-        if (e->hash == key.hash && e->key.size() == key.length &&
-            (key.length == 0 || std::memcmp(e->key.data(), key.data, key.length) == 0)) {
-            return e->value;
-        }
+// `count` slots (a power of two, at least 16), every entry placed again.
+void NameTable::resize(std::size_t count) {
+    std::vector<Slot> bigger(count);
+    std::swap(slots_, bigger);
+    mask_ = count - 1;
+    shift_ = 32 - std::countr_zero(count);
+    for (const Slot& slot : bigger) {
+        if (slot.key == nullptr) continue;
+        std::size_t i = slotOf(slot.hash);
+        while (slots_[i].key != nullptr) i = (i + 1) & mask_;
+        slots_[i] = slot;
     }
-    return -1;
+}
+
+void NameTable::insert(int number, std::string_view name) noexcept {
+    name = untilNul(name);
+    const NameKey key = nameKey(name);
+    if (Slot* found = find(key)) {
+        found->value = number;
+        return;
+    }
+    try {
+        if ((used_ + 1) * 2 > slots_.size()) resize(slots_.size() * 2);
+        auto copy = std::make_unique<char[]>(name.size() + 1);
+        std::memcpy(copy.get(), name.data(), name.size());
+        copy[name.size()] = '\0';
+        keys_.push_back(std::move(copy));
+    } catch (const std::bad_alloc&) {
+        error_ = true;  // the name stays missing: lookups give -1 for it
+        return;
+    }
+    std::size_t i = slotOf(key.hash);
+    while (slots_[i].key != nullptr) i = (i + 1) & mask_;
+    slots_[i] = Slot{key.hash, static_cast<std::uint32_t>(key.length), number, keys_.back().get()};
+    ++used_;
 }
 
 int NameTable::lookup(std::string_view name) const noexcept { return lookup(nameKey(name)); }

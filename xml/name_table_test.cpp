@@ -89,8 +89,27 @@ TEST(NameTable, LookupByKey) {
     EXPECT_EQ(table.lookup(NameKey{}), 2);  // no data at all is the empty name
 }
 
-// With one bucket every name shares a chain: replacing and finding still work.
-TEST(NameTable, SharedChain) {
+// Names that differ only in two middle bytes with the same hash and length
+// ("ba" and "aj" add alike) are told apart at every length a compare handles
+// differently.
+TEST(NameTable, SameHashAndLengthDifferInTheMiddle) {
+    for (std::size_t length : {2u, 3u, 5u, 7u, 9u, 12u, 16u, 17u, 40u}) {
+        SCOPED_TRACE(length);
+        const std::string pad(length - 2, 'x');
+        const std::string first = pad.substr(0, pad.size() / 2) + "ba" + pad.substr(pad.size() / 2);
+        const std::string second = pad.substr(0, pad.size() / 2) + "aj" + pad.substr(pad.size() / 2);
+        ASSERT_EQ(nameHash(first), nameHash(second));
+        NameTable table(7);
+        table.insert(1, first);
+        EXPECT_EQ(table.lookup(nameKey(second)), -1);
+        table.insert(2, second);
+        EXPECT_EQ(table.lookup(nameKey(first)), 1);
+        EXPECT_EQ(table.lookup(nameKey(second)), 2);
+    }
+}
+
+// A table made for one name takes a thousand: replacing and finding still work.
+TEST(NameTable, GrowsPastItsBucketCount) {
     NameTable table(1);
     for (int i = 0; i < 1000; ++i) table.insert(i, "n" + std::to_string(i));
     table.insert(-5, "n500");
@@ -102,19 +121,27 @@ TEST(NameTable, SharedChain) {
 }
 
 TEST(NameTable, AllocationFailureSetsErrorAndLeavesNameOut) {
-    for (long failAt : {0L, 1L}) {  // the entry, then the copy of a long name
+    // Each allocation an insert makes fails in turn (the key's copy, its list,
+    // the larger slots), until an insert gets through.
+    int failures = 0;
+    for (long failAt = 0;; ++failAt) {
         SCOPED_TRACE(failAt);
-        NameTable table(523);
-        table.insert(1, "kept");
+        NameTable table(1);
+        for (int i = 0; i < 8; ++i) table.insert(i, "n" + std::to_string(i));  // the next insert grows both
         testing_support::failAllocation(failAt + 1);
-        table.insert(2, "a name too long for the small-string buffer");
+        table.insert(100, "a name too long for the small-string buffer");
         testing_support::stopFailingAllocations();
-        EXPECT_TRUE(table.error());
+        if (!table.error()) {
+            EXPECT_EQ(table.lookup("a name too long for the small-string buffer"), 100);
+            break;
+        }
+        ++failures;
         EXPECT_EQ(table.lookup("a name too long for the small-string buffer"), -1);
-        EXPECT_EQ(table.lookup("kept"), 1);
+        for (int i = 0; i < 8; ++i) EXPECT_EQ(table.lookup("n" + std::to_string(i)), i);
         table.insert(3, "later");  // the table stays usable
         EXPECT_EQ(table.lookup("later"), 3);
     }
+    EXPECT_GE(failures, 3);
 }
 
 }  // namespace
