@@ -273,7 +273,13 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
     }
 }
 
+static_assert(sizeof(PaddedName::bytes) == writer::XmlSink::kPaddedWidth);
+
 void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
+    if (layout.closeTag.length != 0) {
+        out.writePadded(layout.closeTag.bytes, layout.closeTag.length);
+        return;
+    }
     out.write("</");
     out.write(std::string_view(layout.name, layout.nameLength));
     out.put('>');
@@ -293,11 +299,21 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 }
 
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
-    out.put('<');
-    out.write(std::string_view(layout.name, layout.nameLength));
+    if (layout.openTag.length != 0) {
+        out.writePadded(layout.openTag.bytes, layout.openTag.length);
+    } else {
+        out.put('<');
+        out.write(std::string_view(layout.name, layout.nameLength));
+    }
     for (const AttrSpec& spec : layout.attrs) {
         if (!shouldWrite(spec, record)) continue;
-        out.attributeLead(spec.name, spec.nameLength);
+        if (spec.lead.length != 0) {
+            out.writePadded(spec.lead.bytes, spec.lead.length);
+        } else {
+            out.put(' ');
+            out.write(std::string_view(spec.name, spec.nameLength));
+            out.write("=\"");
+        }
         writeValue(out, spec, record);
         out.put('"');
     }

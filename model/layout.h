@@ -86,6 +86,25 @@ enum class ReadOrder : std::uint8_t { ValueFirst, NameFirst };
 
 enum class Store : std::uint8_t { Single, Optional, OptionalAlways, Repeated };
 
+/// A name with what surrounds it when written (` name="`, `<Name`, `</Name>`),
+/// zero-padded to a fixed width so that the writer copies it in one go; the
+/// length 0 when it would not fit (then it is written piece by piece).
+struct PaddedName {
+    char bytes[32] = {};
+    std::uint8_t length = 0;
+
+    PaddedName() = default;
+    PaddedName(const char* prefix, const char* name, const char* suffix) {
+        if (name == nullptr) return;
+        const std::size_t p = std::strlen(prefix), n = std::strlen(name), s = std::strlen(suffix);
+        if (p + n + s > sizeof bytes) return;
+        std::memcpy(bytes, prefix, p);
+        std::memcpy(bytes + p, name, n);
+        std::memcpy(bytes + p + n, suffix, s);
+        length = static_cast<std::uint8_t>(p + n + s);
+    }
+};
+
 struct AttrSpec {
     const char* name;  // as written
     std::uint32_t nameLength;  // measured once, so the writer copies the name whole
@@ -95,6 +114,7 @@ struct AttrSpec {
     std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
     const EnumTable* table;      // Enum only
     std::uint32_t offset;        // of the field in its record
+    PaddedName lead;             // ` name="`
 
     // An offset rather than an accessor function: an attribute is read or
     // written several times per record, and an indirect call each time showed.
@@ -150,6 +170,8 @@ struct LayoutBase {
     /// Parses one element into a fresh record and releases it; false when it
     /// yielded no record.
     bool (*parseAndDiscard)(ParseContext& ctx, const LayoutBase& layout, const char* openName);
+    PaddedName openTag;   // `<Name`
+    PaddedName closeTag;  // `</Name>`
 
     const AttrSpec* attribute(int id) const noexcept {
         for (const AttrSpec& spec : attrs) {
@@ -203,7 +225,9 @@ struct Layout : LayoutBase {
                      childSpecs,
                      options.prepare != nullptr ? &callPrepare : nullptr,
                      options.finish != nullptr ? &callFinish : nullptr,
-                     &discard},
+                     &discard,
+                     PaddedName("<", elementName, ""),
+                     PaddedName("</", elementName, ">")},
           typedPrepare(options.prepare),
           typedFinish(options.finish) {
         static_assert(std::is_default_constructible_v<R>);
@@ -270,8 +294,9 @@ template <auto M>
 AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
                   std::int32_t zeroWrittenAs = 0) {
     const char* name = attributeName45(id);
-    return AttrSpec{name, name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u, static_cast<int>(id),
-                    kind, when, zeroWrittenAs, table, offsetOf<M>()};
+    return AttrSpec{name,          name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u,
+                    static_cast<int>(id), kind, when, zeroWrittenAs, table, offsetOf<M>(),
+                    PaddedName(" ", name, "=\"")};
 }
 
 template <class C>

@@ -113,6 +113,18 @@ TEST(Writer45, ShortAndLongForms) {
     }
 }
 
+// Names too long for the writer's fixed-width copy take the long way round.
+TEST(Writer45, LongElementNames) {
+    const Layout<Geometry> shortForm{ElementId::Geometry, "AGeometryNamedAtMoreThanThirtyTwoBytes", "parseGeometry",
+                                     Form::AlwaysShort, {attr::i32<&Geometry::sectorSize>(AttrId::sectorSize)}};
+    EXPECT_EQ(written(shortForm, Geometry{.sectorSize = 512}),
+              R"(<AGeometryNamedAtMoreThanThirtyTwoBytes sectorSize="512"/>)");
+    const Layout<Geometry> longForm{ElementId::Geometry, "AGeometryNamedAtMoreThanThirtyTwoBytes", "parseGeometry",
+                                    Form::AlwaysLong, {}};
+    EXPECT_EQ(written(longForm, Geometry{}),
+              "<AGeometryNamedAtMoreThanThirtyTwoBytes>\n</AGeometryNamedAtMoreThanThirtyTwoBytes>");
+}
+
 TEST(Writer45, ConditionalAttributesAndSubstitutions) {
     const Row rows[] = {
         {"a segment writes no optional attribute when all are unset",

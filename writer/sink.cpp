@@ -105,6 +105,15 @@ void XmlSink::writeSlow(std::string_view text) noexcept {
 }
 
 void XmlSink::newLine() noexcept {
+    constexpr std::size_t kIndentWidth = sizeof kIndent - 1;
+    const auto indent = static_cast<std::size_t>(level) * 2;
+    if (level >= 0 && indent <= kIndentWidth && kIndentWidth + 1 <= static_cast<std::size_t>(end_ - cursor_)) {
+        // The common case: the line feed and up to 64 spaces as fixed-size copies.
+        *cursor_ = '\n';
+        std::memcpy(cursor_ + 1, kIndent, kIndentWidth);
+        cursor_ += 1 + indent;
+        return;
+    }
     put('\n');
     for (std::int32_t remaining = level * 2; remaining > 0;) {
         const std::int32_t piece = remaining < 64 ? remaining : 64;

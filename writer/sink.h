@@ -79,20 +79,17 @@ public:
         }
         cursor_ = cursor;
     }
-    /// ` name="`, the lead of an attribute whose name has `length` bytes: one
-    /// copy on the common path, where the whole of it fits.
-    void attributeLead(const char* name, std::size_t length) noexcept {
-        if (length + 3 <= static_cast<std::size_t>(end_ - cursor_)) {
-            char* cursor = cursor_;
-            cursor[0] = ' ';
-            std::memcpy(cursor + 1, name, length);
-            cursor[length + 1] = '=';
-            cursor[length + 2] = '"';
-            cursor_ = cursor + length + 3;
+    /// Bytes kept zero-padded to a fixed width (a name with what surrounds
+    /// it), so that the common case is one copy of fixed size, which the
+    /// compiler does in a few moves; only `length` of them count.
+    static constexpr std::size_t kPaddedWidth = 32;
+    using Padded = char[kPaddedWidth];
+    void writePadded(const Padded& bytes, std::size_t length) noexcept {
+        if (kPaddedWidth <= static_cast<std::size_t>(end_ - cursor_)) {
+            std::memcpy(cursor_, bytes, kPaddedWidth);
+            cursor_ += length;
         } else {
-            put(' ');
-            write(std::string_view(name, length));
-            write("=\"");
+            write(std::string_view(bytes, length));
         }
     }
     void newLine() noexcept;

@@ -50,6 +50,15 @@ TEST(Sink, FormatsAndEscapes) {
          "SANBridge>"},
         {"new line indents two spaces per level above 0",
          [](XmlSink& s) { s.newLine(); s.level = 3; s.newLine(); s.level = -1; s.newLine(); s.put('|'); }, "\n\n      \n|"},
+        {"an indentation deeper than 64 spaces is written whole",
+         [](XmlSink& s) { s.level = 40; s.newLine(); s.put('|'); }, "\n" + std::string(80, ' ') + "|"},
+        {"a padded name counts its length only",
+         [](XmlSink& s) {
+             const XmlSink::Padded name = {'<', 'a', 'b', 0, 'z'};
+             s.writePadded(name, 3);
+             s.put('|');
+         },
+         "<ab|"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.rule);
