@@ -161,23 +161,30 @@ int elementRow(const model::ElementName&, int index) { return index; }
 
 namespace {
 
-// Built on first use; null (after the message) when that fails, retried next time.
-const xml::NameTable* attributeTable40() noexcept {
-    static std::unique_ptr<xml::NameTable> table;
-    if (!table) {
-        table = build(523, kAttributes40, &attributeNumber);
-        if (!table) std::fputs("parser: Can't init symbol lookup\n", stderr);
-    }
-    return table.get();
+// Built on first use; null (after the message) when that fails, retried next
+// time. Kept at namespace scope, so that the look-up made for every attribute
+// tests one pointer and goes on, without a function-local static's guard.
+std::unique_ptr<xml::NameTable> attributeTable;
+std::unique_ptr<xml::NameTable> elementTable;
+
+[[gnu::noinline]] const xml::NameTable* buildAttributeTable40() noexcept {
+    attributeTable = build(523, kAttributes40, &attributeNumber);
+    if (!attributeTable) std::fputs("parser: Can't init symbol lookup\n", stderr);
+    return attributeTable.get();
 }
 
-const xml::NameTable* elementTable40() noexcept {
-    static std::unique_ptr<xml::NameTable> table;
-    if (!table) {
-        table = build(293, kElements40, &elementRow);
-        if (!table) std::fputs("parser: Can't init struct lookup\n", stderr);
-    }
-    return table.get();
+[[gnu::noinline]] const xml::NameTable* buildElementTable40() noexcept {
+    elementTable = build(293, kElements40, &elementRow);
+    if (!elementTable) std::fputs("parser: Can't init struct lookup\n", stderr);
+    return elementTable.get();
+}
+
+inline const xml::NameTable* attributeTable40() noexcept {
+    return attributeTable ? attributeTable.get() : buildAttributeTable40();
+}
+
+inline const xml::NameTable* elementTable40() noexcept {
+    return elementTable ? elementTable.get() : buildElementTable40();
 }
 
 }  // namespace
