@@ -1,9 +1,13 @@
 #include "xml/lexer.h"
 
 #include <array>
+#include <bit>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "xml/source.h"
 #include "xml/token_slot.h"
@@ -28,6 +32,102 @@ constexpr std::array<bool, 256> kNameRunStops = [] {
     return stops;
 }();
 
+// Character data and values are scanned 16 bytes at a time where the buffer
+// has them: most are shorter, so the scan ends in one step whatever their
+// length, where a loop per byte would end at a different count each time.
+#if defined(__SSE2__)
+struct Block {
+    __m128i bytes;
+    explicit Block(const char* p) noexcept : bytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))) {}
+    // Bit i set where byte i is `c`.
+    unsigned eq(char c) const noexcept {
+        return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))));
+    }
+};
+constexpr std::ptrdiff_t kBlock = 16;
+
+inline unsigned below(unsigned bit) noexcept { return (1u << bit) - 1; }
+// Set bits, one step per bit: there are seldom more than one (a line end), and
+// without a popcount instruction in the baseline ISA std::popcount is a call.
+inline unsigned countBits(unsigned mask) noexcept {
+    unsigned n = 0;
+    for (; mask != 0; mask &= mask - 1) ++n;
+    return n;
+}
+#endif
+
+// The first byte at or after `p` that is `stop`, counting the LFs before it.
+// Null at a CR or the end of input, which the careful path handles.
+inline const char* findRaw(const char* p, const char* end, char stop, unsigned long& lines) noexcept {
+#if defined(__SSE2__)
+    for (; end - p >= kBlock; p += kBlock) {
+        const Block block(p);
+        const unsigned stops = block.eq(stop) | block.eq('\r');
+        const unsigned lineEnds = block.eq('\n');
+        if (stops != 0) {
+            const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
+            lines += countBits(lineEnds & below(at));
+            p += at;
+            return *p == stop ? p : nullptr;
+        }
+        lines += countBits(lineEnds);
+    }
+#endif
+    for (; p != end; ++p) {
+        const char c = *p;
+        if (c == stop) return p;
+        if (c == '\r') return nullptr;
+        lines += c == '\n';
+    }
+    return nullptr;
+}
+
+// Past the first `stop` (not CR or LF), counting lines on the way; null as findRaw.
+inline const char* throughRaw(const char* p, const char* end, char stop, unsigned long& lines) noexcept {
+    p = findRaw(p, end, stop, lines);
+    return p ? p + 1 : nullptr;
+}
+
+// Skips TAB, SPACE and LF, counting lines; null at a CR or the end of input.
+inline const char* skipSpaceRaw(const char* p, const char* end, unsigned long& lines) noexcept {
+    for (; p != end; ++p) {
+        const char c = *p;
+        if (c == ' ' || c == '\t') continue;
+        if (c != '\n') return c == '\r' ? nullptr : p;
+        ++lines;
+    }
+    return nullptr;
+}
+
+// A name from `p` with its hash; null unless it ends at a byte other than CR and
+// NUL (a NUL ends the key but not the name).
+inline const char* nameRaw(const char* p, const char* end, std::uint32_t& hash) noexcept {
+    std::uint32_t h = 0;
+    const char* q = p;
+    for (; q != end; ++q) {
+        const unsigned char c = static_cast<unsigned char>(*q);
+        if (kNameRunStops[c]) break;
+        h = h * 9 + c;
+    }
+    hash = h;
+    if (q == end || *q == '\r' || *q == '\0') return nullptr;
+    return q;
+}
+
+// Pieces of a token up to this long are copied as one fixed-size block, which
+// the compiler turns into two moves instead of a call.
+constexpr std::size_t kShortPiece = 16;
+
+// Copies `length` bytes from `from`; a short piece takes kShortPiece bytes when the
+// input has them, so `to` must have room for that many.
+inline void copyPiece(char* to, const char* from, std::size_t length, const char* end) noexcept {
+    if (length <= kShortPiece && end - from >= static_cast<std::ptrdiff_t>(kShortPiece)) {
+        std::memcpy(to, from, kShortPiece);
+    } else if (length != 0) {
+        std::memcpy(to, from, length);
+    }
+}
+
 }  // namespace
 
 struct Lexer::Impl {
@@ -42,6 +142,8 @@ struct Lexer::Impl {
     std::array<TokenSlot, kSlots> slots;
     std::size_t nextSlot = 0;
 
+    // Inlined into next(): a call per token costs more than some of the tokens.
+    [[gnu::always_inline]] inline bool fastToken(TokenSlot& t) noexcept;
     // These return true when the token is to be handed out as it is, without the
     // closing NUL that an ordinary token gets.
     void lex(TokenSlot& t);
@@ -108,6 +210,172 @@ struct Lexer::Impl {
         }
     }
 };
+
+// Most tokens of a buffered source are lexed here, straight from the buffer:
+// tags, attributes and their values, and character data. Where a token needs
+// the character-by-character path (a CR, which reads as LF and may never be
+// consumed; the end of input; a NUL in a name; declarations, processing
+// instructions and "<<"; a missing "="; an accumulator that would have to grow
+// past its storage or its limit) this returns false having taken nothing and
+// changed no field of the slot, and lex() starts the token afresh. What it
+// makes is what lex() would have made, field for field.
+bool Lexer::Impl::fastToken(TokenSlot& t) noexcept {
+    const char* p = source->cursor();
+    const char* const end = source->end();
+    if (p == end) return false;
+    unsigned long lines = 0;
+    // The accumulator is one or two pieces of the input: white space that lex()
+    // skips is not appended.
+    const char* const head = p;
+    const char* headEnd = head;
+    const char* tail = head;
+    const char* tailEnd = head;
+    Tok type;
+    std::uint32_t dataStart = 0;
+    std::size_t dataLength = 0;
+    bool hasData = false;
+    bool named = false;
+    std::uint32_t hash = 0;
+    int newDepth = depth;
+    LexState newState;
+
+    switch (state) {
+    case LexState::Content:
+    case LexState::Prolog:
+        if (*p != '<') {  // character data up to the next "<"
+            type = state == LexState::Content ? Tok::Content : Tok::Unknown;
+            p = findRaw(p, end, '<', lines);
+            if (!p) return false;
+            headEnd = p;
+            hasData = true;
+            dataLength = static_cast<std::size_t>(p - head);
+            newState = state;
+            break;
+        }
+        if (end - p < 2) return false;
+        if (p[1] == '/') {  // </name ... >
+            type = Tok::EndTag;
+            const char* nameEnd = nameRaw(p + 2, end, hash);
+            if (!nameEnd) return false;
+            p = throughRaw(nameEnd, end, '>', lines);
+            if (!p) return false;
+            headEnd = p;
+            dataStart = 2;
+            hasData = true;
+            dataLength = static_cast<std::size_t>(nameEnd - (head + 2));
+            --newDepth;
+            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
+            break;
+        }
+        if (p[1] == '!' || p[1] == '?' || p[1] == '<') return false;
+        {  // <name
+            headEnd = nameRaw(p + 1, end, hash);
+            if (!headEnd) return false;
+            dataStart = 1;
+            hasData = true;
+            named = true;
+            dataLength = static_cast<std::size_t>(headEnd - (head + 1));
+            p = skipSpaceRaw(headEnd, end, lines);
+            if (!p) return false;
+            if (*p == '/') {
+                type = Tok::EmptyTag;
+                tail = p;
+                p = throughRaw(p, end, '>', lines);
+                if (!p) return false;
+                tailEnd = p;
+                newState = LexState::Content;  // even at depth 0
+            } else if (*p == '>') {
+                type = Tok::StartTag;
+                tail = p++;
+                tailEnd = p;
+                ++newDepth;
+                newState = LexState::Content;
+            } else {
+                type = Tok::StartTagOpen;
+                newState = LexState::InTag;
+            }
+        }
+        break;
+    case LexState::InTag:
+        p = skipSpaceRaw(p, end, lines);
+        if (!p) return false;
+        tail = p;  // white space before the token is not appended
+        if (*p == '>') {
+            type = Tok::StartTagClose;
+            tailEnd = ++p;
+            ++newDepth;
+            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
+        } else if (*p == '/') {
+            type = Tok::EmptyTagClose;
+            p = throughRaw(p, end, '>', lines);
+            if (!p) return false;
+            tailEnd = p;
+            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
+        } else {
+            type = Tok::Attribute;
+            tailEnd = nameRaw(p, end, hash);
+            if (!tailEnd) return false;
+            hasData = true;
+            named = true;
+            dataLength = static_cast<std::size_t>(tailEnd - tail);
+            p = skipSpaceRaw(tailEnd, end, lines);
+            if (!p) return false;
+            newState = LexState::AfterAttrName;
+        }
+        break;
+    case LexState::AfterAttrName:
+        p = skipSpaceRaw(p, end, lines);
+        if (!p || *p != '=') return false;
+        type = Tok::Equal;
+        tail = p++;
+        tailEnd = p;
+        p = skipSpaceRaw(p, end, lines);
+        if (!p) return false;
+        newState = LexState::AfterEqual;
+        break;
+    case LexState::AfterEqual: {
+        // Any character delimits the value; a line end does so only on the careful path.
+        const char delimiter = *p;
+        if (delimiter == '\r' || delimiter == '\n') return false;
+        type = Tok::AttValue;
+        p = throughRaw(p + 1, end, delimiter, lines);
+        if (!p) return false;
+        headEnd = p;
+        dataStart = 1;
+        hasData = true;
+        dataLength = static_cast<std::size_t>(headEnd - head) - 2;
+        newState = LexState::InTag;
+        break;
+    }
+    default:
+        return false;
+    }
+
+    const std::size_t headLength = static_cast<std::size_t>(headEnd - head);
+    const std::size_t tailLength = static_cast<std::size_t>(tailEnd - tail);
+    const std::uint64_t used = headLength + tailLength;
+    const std::uint64_t capacity = TokenSlot::terminatedCapacity(used);
+    // Room for the closing NUL, and for copying a short piece as a whole block.
+    if (capacity > t.limit || !t.reserve(capacity + kShortPiece + 1)) return false;
+    copyPiece(t.storage, head, headLength, end);
+    copyPiece(t.storage + headLength, tail, tailLength, end);
+    t.storage[used] = '\0';
+    t.type = type;
+    t.used = static_cast<std::uint32_t>(used);
+    t.capacity = static_cast<std::uint32_t>(capacity);
+    t.dataStart = dataStart;
+    t.dataLength = static_cast<std::uint32_t>(dataLength);
+    t.hasData = hasData;
+    t.named = named;
+    if (named) {
+        t.nameHash = hash;
+        t.nameLength = static_cast<std::uint32_t>(dataLength);
+    }
+    source->skipScanned(p, lines);
+    depth = newDepth;
+    state = newState;
+    return true;
+}
 
 void Lexer::Impl::lex(TokenSlot& t) {
     switch (state) {
@@ -355,9 +623,14 @@ Token Lexer::next() {
     Impl& impl = *impl_;
     TokenSlot& slot = impl.slots[impl.nextSlot];
     impl.nextSlot = (impl.nextSlot + 1) % Impl::kSlots;
-    slot.reset();
     impl.line = impl.source->line();
-    impl.lex(slot);
+    // The fast path sets every field that reset() would have cleared.
+    if (impl.source->buffered() && impl.fastToken(slot)) {
+        ++slot.generation;
+    } else {
+        slot.reset();
+        impl.lex(slot);
+    }
     return Token(&slot);
 }
 

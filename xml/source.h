@@ -91,6 +91,17 @@ public:
         return {start, static_cast<std::size_t>(p - start)};
     }
 
+    /// Buffer and mapped sources: the unread bytes, raw (a CR is still a CR),
+    /// for a caller that scans them itself.
+    const char* cursor() const noexcept { return cur_; }
+    const char* end() const noexcept { return end_; }
+    /// Takes the bytes up to `to`, which the caller scanned: none of them is a
+    /// CR, and `lines` of them are LF.
+    void skipScanned(const char* to, unsigned long lines) noexcept {
+        cur_ = to;
+        line_ += lines;
+    }
+
     unsigned long line() const noexcept { return line_; }
     bool mapped() const noexcept { return mapStart_ != nullptr; }
     /// Descriptor of the lock file, -1 for a memory source or when it couldn't be opened.

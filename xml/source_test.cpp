@@ -113,7 +113,8 @@ std::string dumpAll(Lexer& lexer) {
         token.dump(out);
         // Names are measured while the stream is read too.
         const NameKey key = token.nameKey();
-        std::fprintf(out, "key %zu %u\n", key.length, key.hash);
+        std::fprintf(out, "key %zu %u state %d depth %d\n", key.length, key.hash, static_cast<int>(lexer.state()),
+                     lexer.depth());
         if (token.type() == Tok::Eof) break;
     }
     std::fclose(out);
@@ -133,7 +134,19 @@ TEST(Source, StreamAndBufferAgree) {
     for (char& c : loneCr) c = c == '\n' ? '\r' : c;
     loneCr += "x";  // a final CR would never end in a buffer
     const std::string odd = "<a x=\"1\r\n2\r3\" y=\r\rv\r>\r\rt\r\n<b\rz='q'/></a\r>x";
-    for (const std::string* input : std::initializer_list<const std::string*>{&sample, &crlf, &loneCr, &odd}) {
+    // Names, values and text that fill, just miss or cross the 16-byte blocks a
+    // buffer is scanned in, with line ends, CRs and NULs at their edges.
+    std::string edges;
+    for (const std::size_t n : {1, 14, 15, 16, 17, 31, 33}) {
+        const std::string name(n, 'n'), text(n, 't'), nul(1, '\0');
+        edges += "<" + name + " " + name + "='" + text + "\n" + text + "'>" + text + "\n\n" + text + "</" + name + "\r>";
+        edges += "<" + name + "\t" + name + " =\n\"" + text + "\r\n\"\n/>" + std::string(n, ' ') + "\n";
+        edges += "<" + name + nul + "x y" + nul + "=|" + text + "|></" + name + nul + ">" + text + "\r";
+        edges += "<" + name + "/>\n<" + name + " />" + "<" + name + ">" + "<" + name + " a=\n'v'\n>";
+    }
+    edges += "<a b='1' c=\"" + std::string(20, 'v');  // the input ends in a value
+    for (const std::string* input :
+         std::initializer_list<const std::string*>{&sample, &crlf, &loneCr, &odd, &edges}) {
         SCOPED_TRACE(input->substr(0, 20));
         std::unique_ptr<Lexer> buffered = Lexer::onMemory(input->data(), input->size());
         const std::string expected = dumpAll(*buffered);

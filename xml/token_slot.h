@@ -1,4 +1,5 @@
 #pragma once
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -73,6 +74,23 @@ struct TokenSlot {
         }
         capacity = static_cast<std::uint32_t>(wanted);
         return true;
+    }
+
+    /// Makes the storage at least `bytes` long without changing what the token
+    /// holds. False when it can't grow.
+    bool reserve(std::size_t bytes) noexcept {
+        if (bytes <= storageSize) return true;
+        void* bigger = std::realloc(storage, bytes);
+        if (!bigger) return false;
+        storage = static_cast<char*>(bigger);
+        storageSize = bytes;
+        return true;
+    }
+
+    /// The capacity after appending `used` bytes one by one (`used` > 0) and
+    /// storing the closing NUL: the first 16 * 2^k above `used`.
+    static constexpr std::uint64_t terminatedCapacity(std::uint64_t used) noexcept {
+        return used < 16 ? 16 : std::bit_ceil(used + 1);
     }
 
     /// Appends one byte; -1 when the accumulator could not grow (the byte is lost).
