@@ -40,13 +40,16 @@ void fixSnapshotPolicies(model::SANBridge& root) noexcept {
 
 // The instance is raised before the outcome is known, also when serialising
 // fails. `whole`: the text is the complete 4.5 document of the root at `now`.
-std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now, bool& whole) noexcept {
+// `text` comes in holding the input, whose block the new text is written
+// over, and goes out holding the new text.
+std::uint32_t serialise(model::SANBridge& root, ConfigText& text, std::time_t now, bool& whole) noexcept {
     ++root.instance;
-    out = ConfigText{};
+    ConfigText input = std::move(text);
+    text = ConfigText{};
     whole = false;
-    if (root.serializer != nullptr) return root.serializer(&root, &out);
-    out = writer::writeDocumentToMemory(&root, now, &whole);
-    return out.text ? 0 : kSerialiseFailed;
+    if (root.serializer != nullptr) return root.serializer(&root, &text);
+    text = writer::writeDocumentToMemory(&root, now, &whole, std::move(input));
+    return text.text ? 0 : kSerialiseFailed;
 }
 
 // The model a caller asked to keep; reachable until the process ends.
@@ -63,16 +66,19 @@ int convert(const char* inputPath, const char* outputPath, bool verbose, bool ke
     }
 
     std::uint32_t parseError = 0;
-    // The input text is released as soon as the 4.0 model is read.
-    std::unique_ptr<model::SANBridge> root = parseAndMigrate(text, kParseOptions, &parseError);
+    // The input's block is kept for the serialised text to be written over:
+    // its pages are backed by memory already, where a new block would fault
+    // in as many again. The peak is not raised by it: that is reached while
+    // the 4.0 model is read beside the input, and the migration releases
+    // about as much of the 4.0 model as it builds of the new one.
+    std::unique_ptr<model::SANBridge> root = parseAndMigrate(text.text.get(), text.length, kParseOptions, &parseError);
     if (!root) {
         if (verbose) std::printf("parse configuration from file %s failed.\n", inputPath);
         releaseText(text);
         return 0;  // settled behaviour: a document that does not parse is not an error code
     }
-    releaseText(text);  // the input is gone before any output exists
-    // So is the 4.0 model: give the freed memory back before the serialised
-    // text is built beside the new model.
+    // What is left of the 4.0 model is gone: give the freed memory back
+    // before the serialised text is built beside the new model.
     ::malloc_trim(0);
 
     root->serializer = nullptr;  // write the 4.5 layout, not the down-level one the migration installed

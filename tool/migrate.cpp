@@ -161,12 +161,4 @@ std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t
     return migrateRead(read40(text, length), options);
 }
 
-std::unique_ptr<model::SANBridge> parseAndMigrate(writer::ConfigText& text, std::uint32_t options,
-                                                  std::uint32_t* errorOut) noexcept {
-    if (errorOut != nullptr) *errorOut = 0;
-    std::unique_ptr<legacy::SANBridge> old = read40(text.text.get(), text.length);
-    text = writer::ConfigText{};
-    return migrateRead(std::move(old), options);
-}
-
 }  // namespace tool

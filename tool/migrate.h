@@ -21,11 +21,6 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept;
 std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
                                                   std::uint32_t* errorOut) noexcept;
 
-/// The same, releasing `text` as soon as the 4.0 model is read, so that the
-/// input and the migrated records are never in memory together.
-std::unique_ptr<model::SANBridge> parseAndMigrate(writer::ConfigText& text, std::uint32_t options,
-                                                  std::uint32_t* errorOut) noexcept;
-
 /// The serialiser the migration installs, for writing a migrated root back in
 /// the 4.0 layout: 0x9001000D when either argument is missing, else the record
 /// is cleared and 0x90010005 returned, as nothing is produced.

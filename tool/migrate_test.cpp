@@ -151,35 +151,6 @@ TEST(Migrate, ParseAndMigrateKeepsTheOptionsWord) {
     EXPECT_EQ(error, 0u) << "the error out is only ever cleared";
 }
 
-TEST(Migrate, ParseAndMigrateOfATextReleasesIt) {
-    const std::string document = "<SANConfig><SANBridgeList><SANBridge name=\"s\"/></SANBridgeList></SANConfig>";
-    struct Row {
-        const char* rule;
-        std::string text;
-        bool rooted;
-    };
-    const Row rows[] = {
-        {"a bridge", document, true},
-        {"no bridge", "<SANConfig/>", false},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.rule);
-        writer::ConfigText text;
-        text.text = writer::ConfigText::Bytes(new char[row.text.size()]);
-        std::copy(row.text.begin(), row.text.end(), text.text.get());
-        text.length = static_cast<std::int32_t>(row.text.size());
-        std::uint32_t error = 77;
-        auto root = tool::parseAndMigrate(text, 0x0400037F, &error);
-        EXPECT_EQ(root != nullptr, row.rooted);
-        if (root) {
-            EXPECT_EQ(root->options, 0x0400037Fu);
-        }
-        EXPECT_EQ(error, 0u);
-        EXPECT_EQ(text.text, nullptr);
-        EXPECT_EQ(text.length, 0);
-    }
-}
-
 TEST(Migrate, DownLevelSerialiserProducesNothingYet) {
     model::SANBridge bridge;
     model::SerializedText out;

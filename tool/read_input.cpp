@@ -2,7 +2,7 @@
 
 #include <climits>
 #include <cstdio>
-#include <new>
+#include <cstdlib>
 
 namespace tool {
 
@@ -49,7 +49,8 @@ int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept
         say("readXMLFromFile(): seek to the begining of the file failed.\n");
         return -5;
     }
-    record->text = ConfigText::Bytes(new (std::nothrow) char[static_cast<std::size_t>(size)]);
+    // From malloc: once read, the block can lend its pages to the output text.
+    record->text = ConfigText::Bytes(static_cast<char*>(std::malloc(static_cast<std::size_t>(size))), writer::TextRelease{true});
     if (!record->text) {
         say("readXMLFromFile(): buffer allocation failed.\n");
         return -6;

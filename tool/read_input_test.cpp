@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "tests/support/run_program.h"
 
@@ -44,6 +48,35 @@ TEST(ReadXMLFromFile, UnsizedInputIsAnInvalidSize) {
     EXPECT_EQ(tool::readXMLFromFile("/dev/null", &text, true), -4);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "readXMLFromFile(): Invalid file size: 0\n");
     EXPECT_EQ(text.text, nullptr);
+}
+
+// A buffer the process can't have: the code and its line, and nothing kept.
+// A child with its data limited below the file's size asks for it.
+TEST(ReadXMLFromFile, BufferThatCannotBeHad) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's own mappings exceed any data limit a child could set";
+#else
+    testing_support::TempDir dir;
+    const std::string path = dir.file("doc.conf");
+    const std::string said = dir.file("stdout");
+    testing_support::writeFile(path, "<a/>");
+    ASSERT_EQ(::truncate(path.c_str(), 512L << 20), 0);  // sparse: nothing to read is stored
+    std::fflush(stdout);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const rlimit limit{256L << 20, 256L << 20};
+        if (::setrlimit(RLIMIT_DATA, &limit) != 0 || !std::freopen(said.c_str(), "w", stdout)) ::_exit(2);
+        tool::ConfigText text;
+        const int result = tool::readXMLFromFile(path.c_str(), &text, true);
+        std::fflush(stdout);
+        ::_exit(result == -6 && !text.text ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(testing_support::readFile(said), "readXMLFromFile(): buffer allocation failed.\n");
+#endif
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "writer/document.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "model/layout45.h"
 
@@ -50,10 +51,11 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
     out.write("</SANConfig>");
 }
 
-ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete) noexcept {
+ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete,
+                                 ConfigText storage) noexcept {
     if (complete != nullptr) *complete = false;
     if (bridge == nullptr) return {};
-    XmlSink out = XmlSink::toMemory();
+    XmlSink out = XmlSink::toMemory(std::move(storage));
     writeDocument(out, *bridge, when);
     // A text longer than its length field can count is not whole either.
     const bool whole = out.complete() && out.size() <= static_cast<std::size_t>(INT32_MAX);

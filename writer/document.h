@@ -15,7 +15,10 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
 /// The document in memory; null bytes and length 0 when there is no root or
 /// nothing could be written. `complete` (when given) tells whether the text
 /// is the whole document: bytes dropped for lack of memory leave it shorter.
-ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete = nullptr) noexcept;
+/// `storage`, when given, is a block the text is written over first (see
+/// XmlSink::toMemory); it is used up either way.
+ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete = nullptr,
+                                 ConfigText storage = {}) noexcept;
 
 /// Writes the bridge element alone, starting at the sink's current position.
 void writeBridge(XmlSink& out, const model::SANBridge& bridge) noexcept;

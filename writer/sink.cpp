@@ -34,6 +34,15 @@ void TextRelease::operator()(char* bytes) const noexcept {
     }
 }
 
+XmlSink XmlSink::toMemory(ConfigText storage) noexcept {
+    XmlSink sink(nullptr);
+    if (storage.text && storage.length > 0 && storage.text.get_deleter().fromMalloc) {
+        sink.start_ = sink.cursor_ = storage.text.release();
+        sink.end_ = sink.start_ + storage.length;
+    }
+    return sink;
+}
+
 XmlSink::~XmlSink() {
     flush();
     if (file_ != nullptr) {

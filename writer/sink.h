@@ -34,6 +34,11 @@ public:
     /// A sink that collects the text in memory. Allocation failure drops bytes
     /// silently: the text comes out shorter, never as an error.
     static XmlSink toMemory() noexcept { return XmlSink(nullptr); }
+    /// A memory sink that starts in the bytes of `storage`, a block from
+    /// malloc that is done with (what it held is overwritten), and grows from
+    /// there: its pages are already backed by memory, so the text does not
+    /// fault in pages of its own. Other storage is released and not used.
+    static XmlSink toMemory(ConfigText storage) noexcept;
     /// A sink that writes into `file` (borrowed); the owner checks ferror()
     /// after flush() or the sink's destruction.
     static XmlSink toStream(std::FILE* file) noexcept { return XmlSink(file); }

@@ -2,6 +2,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -80,6 +81,42 @@ TEST(Sink, MemoryGrowsPastManyBuffers) {
     }
     EXPECT_EQ(taken(sink), expected);
     EXPECT_EQ(taken(sink), "(null)");  // taking empties the sink
+}
+
+// A block lent to the sink is written over from its start; the sink grows
+// past it when the text needs more, and a block from new[] is not taken.
+TEST(Sink, MemoryStartsInALentBlock) {
+    const auto lent = [](std::size_t size, bool fromMalloc) {
+        ConfigText block;
+        char* bytes = fromMalloc ? static_cast<char*>(std::malloc(size)) : new char[size];
+        std::memset(bytes, '#', size);
+        block.text = ConfigText::Bytes(bytes, TextRelease{fromMalloc});
+        block.length = static_cast<std::int32_t>(size);
+        return block;
+    };
+    const std::string longer(20000, 'z');
+    struct Row {
+        const char* rule;
+        std::size_t size;
+        bool fromMalloc;
+        std::string text;
+    };
+    const Row rows[] = {
+        {"a text shorter than the block", 64, true, "<a>"},
+        {"a text that fills the block", 3, true, "<a>"},
+        {"a text longer than the block", 16, true, longer},
+        {"a block from new[]", 64, false, "<a>"},
+        {"an empty block", 0, true, "<a>"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        XmlSink sink = XmlSink::toMemory(lent(row.size, row.fromMalloc));
+        sink.write(row.text);
+        EXPECT_TRUE(sink.complete());
+        EXPECT_EQ(taken(sink), row.text);
+    }
+    XmlSink unused = XmlSink::toMemory(lent(64, true));
+    EXPECT_EQ(taken(unused), "(null)");  // nothing written, nothing handed over
 }
 
 // The text of a memory sink that could not grow is not the whole document:
