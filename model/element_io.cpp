@@ -222,7 +222,9 @@ std::int64_t numberOf(const AttrSpec& spec, const void* record) {
     }
 }
 
-bool shouldWrite(const AttrSpec& spec, const void* record) {
+}  // namespace
+
+bool attributeWritten(const AttrSpec& spec, const void* record) noexcept {
     switch (spec.when) {
     case WriteIf::Always:
         return true;
@@ -241,6 +243,8 @@ bool shouldWrite(const AttrSpec& spec, const void* record) {
     }
     return true;
 }
+
+namespace {
 
 void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) {
     const void* field = spec.field(const_cast<void*>(record));
@@ -306,7 +310,7 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
         out.write(std::string_view(layout.name, layout.nameLength));
     }
     for (const AttrSpec& spec : layout.attrs) {
-        if (!shouldWrite(spec, record)) continue;
+        if (!attributeWritten(spec, record)) continue;
         if (spec.lead.length != 0) {
             out.writePadded(spec.lead.bytes, spec.lead.length);
         } else {

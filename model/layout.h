@@ -196,6 +196,9 @@ struct LayoutBase {
 /// yields no record (message in the stream's slot where one is defined).
 bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept;
 
+/// Whether the writer writes the attribute of `record`: its write condition.
+bool attributeWritten(const AttrSpec& spec, const void* record) noexcept;
+
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record);

@@ -30,7 +30,6 @@ namespace {
 
 using model::AttrKind;
 using model::AttrSpec;
-using model::WriteIf;
 
 // Longer texts are rare; they take the round trip rather than count on the
 // lexer's growth of its accumulator.
@@ -90,9 +89,9 @@ bool buildReadBack(const model::EnumTable& table, ReadBack& out) {
 // and the fresh record's value, which is what an attribute that is not written
 // reads back as.
 struct AttrPlan {
+    const AttrSpec* spec;  // its write condition
     std::size_t offset;
     AttrKind kind;
-    WriteIf when;
     std::int64_t fresh;  // numbers and flags
     ReadBack readBack;   // Bool and Enum
 };
@@ -140,26 +139,8 @@ void setNumber(const AttrPlan& attr, void* record, std::int64_t value) {
     }
 }
 
-// Whether the writer writes the attribute (its write conditions, mirrored).
-bool isWritten(const AttrPlan& attr, const void* record) {
-    switch (attr.when) {
-    case WriteIf::Always:
-        return true;
-    case WriteIf::Never:
-        return false;
-    case WriteIf::IfTrue:
-    case WriteIf::IfNonZero:
-        return numberAt(attr, record) != 0;
-    case WriteIf::IfPositive:
-        return numberAt(attr, record) > 0;
-    case WriteIf::IfPresent:
-    case WriteIf::IfNonEmpty: {
-        const model::Text& text = at<model::Text>(record, attr.offset);
-        return text.has_value() && (attr.when == WriteIf::IfPresent || (*text)[0] != '\0');
-    }
-    }
-    return true;
-}
+// Whether the writer writes the attribute: the writer's own condition.
+bool isWritten(const AttrPlan& attr, const void* record) { return model::attributeWritten(*attr.spec, record); }
 
 // The layout's attributes, or false when one is of a kind, condition or name
 // the direct path does not handle.
@@ -187,7 +168,7 @@ bool planRecord(const model::Layout<R>& layout, RecordPlan& plan) {
             if (seen == offset) return false;
         }
         offsets.push_back(offset);
-        AttrPlan attr{offset, spec.kind, spec.when, 0, {}};
+        AttrPlan attr{&spec, offset, spec.kind, 0, {}};
         switch (spec.kind) {
         case AttrKind::I32:
         case AttrKind::Long:
