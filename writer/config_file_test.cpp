@@ -1,6 +1,7 @@
 #include "writer/config_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/ipc.h>
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -66,10 +67,14 @@ TEST(WriteDocumentToFile, IndexFileBesideTheDefaultDocument) {
     EXPECT_FALSE(exists(kHome->path() + "/etc/no-such-server"));
 }
 
+// Each test keys its block on a directory of its own: ctest runs the tests of
+// this fixture side by side, and one fixed key let one test remove another's block.
 class StatusBlockTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        host::setStatusBlockKey(0x58344535);
+        const key_t key = ::ftok(keyDir_.path().c_str(), 'w');
+        ASSERT_NE(key, -1);
+        host::setStatusBlockKey(key);
         static_cast<void>(host::removeStatusBlock());
         ASSERT_GE(host::createStatusBlock(), 0);
         ASSERT_TRUE(host::setConfigInstance(host::StatusGroup::Local, 5));
@@ -80,6 +85,7 @@ protected:
         host::setStatusBlockKey(std::nullopt);
         xml::posixOps() = xml::realPosixOps();
     }
+    TempDir keyDir_;
     static std::int32_t local() { return host::readConfigInstance(host::StatusGroup::Local).value_or(-99); }
     static std::int32_t partner() { return host::readConfigInstance(host::StatusGroup::Partner).value_or(-99); }
 };
