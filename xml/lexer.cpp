@@ -218,7 +218,8 @@ struct Lexer::Impl {
 // instructions and "<<"; a missing "="; an accumulator that would have to grow
 // past its storage or its limit) this returns false having taken nothing and
 // changed no field of the slot, and lex() starts the token afresh. What it
-// makes is what lex() would have made, field for field.
+// makes is what lex() would have made, field for field, except that a token
+// that is one run of the input is left there rather than copied.
 bool Lexer::Impl::fastToken(TokenSlot& t) noexcept {
     const char* p = source->cursor();
     const char* const end = source->end();
@@ -357,9 +358,16 @@ bool Lexer::Impl::fastToken(TokenSlot& t) noexcept {
     const std::uint64_t capacity = TokenSlot::terminatedCapacity(used);
     // Room for the closing NUL, and for copying a short piece as a whole block.
     if (capacity > t.limit || !t.reserve(capacity + kShortPiece + 1)) return false;
-    copyPiece(t.storage, head, headLength, end);
-    copyPiece(t.storage + headLength, tail, tailLength, end);
-    t.storage[used] = '\0';
+    if (headLength == 0) {
+        t.input = tail;
+    } else if (tailLength == 0 || headEnd == tail) {
+        t.input = head;
+    } else {  // white space between the pieces: "<name >", say
+        copyPiece(t.storage, head, headLength, end);
+        copyPiece(t.storage + headLength, tail, tailLength, end);
+        t.storage[used] = '\0';
+        t.input = nullptr;
+    }
     t.type = type;
     t.used = static_cast<std::uint32_t>(used);
     t.capacity = static_cast<std::uint32_t>(capacity);

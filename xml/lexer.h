@@ -23,7 +23,9 @@ struct TokenSlot;
 /// One token, borrowed from the lexer that produced it. It stays valid until the
 /// lexer has produced three more tokens (enough for an attribute name, its "="
 /// and its value, or a peeked token and two more); whatever is kept longer is
-/// copied. Builds with assertions enabled abort on a stale token. A
+/// copied. Most tokens read their bytes in the lexer's input, so a buffer given
+/// to onMemory must stay unchanged while its tokens are read. Builds with
+/// assertions enabled abort on a stale token. A
 /// default-constructed Token is "no token" (what the C interface returned as null).
 class Token {
 public:
@@ -74,6 +76,7 @@ class Lexer {
 public:
     /// Null (and the documented message on stderr) when the source can't be opened.
     static std::unique_ptr<Lexer> onFile(const char* path);
+    /// The buffer is borrowed, never written: it must outlive the lexer's tokens.
     static std::unique_ptr<Lexer> onMemory(const char* buffer, std::size_t length);
     ~Lexer();
     Lexer(const Lexer&) = delete;
@@ -124,12 +127,12 @@ inline Tok Token::type() const noexcept {
 inline std::string_view Token::payload() const noexcept {
     const TokenSlot* slot = live();
     if (!slot || !slot->hasData) return {};
-    return {slot->storage + slot->dataStart, slot->dataLength};
+    return {slot->text() + slot->dataStart, slot->dataLength};
 }
 
 inline NameKey Token::nameKey() const noexcept {
     const TokenSlot* slot = live();
-    if (slot && slot->named) return {slot->storage + slot->dataStart, slot->nameLength, slot->nameHash};
+    if (slot && slot->named) return {slot->text() + slot->dataStart, slot->nameLength, slot->nameHash};
     return xml::nameKey(payload());
 }
 
@@ -137,6 +140,7 @@ inline const char* Token::terminatedPayload() noexcept {
     live();
     if (!slot_ || !slot_->hasData || slot_->dataLength == 0) return "";
     TokenSlot& slot = *slot_;
+    slot.ownText();
     const std::uint32_t end = slot.dataStart + slot.dataLength;
     if (end == slot.capacity) slot.grow();  // storage has room for the NUL even if this fails
     slot.storage[end] = '\0';

@@ -8,6 +8,7 @@
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 #include "xml/lexer.h"
 #include "xml/lock_file.h"
@@ -224,6 +225,24 @@ TEST(Source, RegularFileIsMappedEmptyFileIsStreamed) {
     ASSERT_TRUE(lexer);
     EXPECT_FALSE(lexer->mapped());
     EXPECT_EQ(lexer->next().type(), Tok::Eof);
+}
+
+// The mapping is read-only: a NUL stored after a payload goes elsewhere.
+TEST(Source, MappedTokensTakeTheirNul) {
+    TempDir dir;
+    const std::string content = "<a x='12' y=\"ab\">t</a>";
+    const std::string path = dir.file("doc.xml", content);
+    std::unique_ptr<Lexer> lexer = Lexer::onFile(path.c_str());
+    ASSERT_TRUE(lexer);
+    ASSERT_TRUE(lexer->mapped());
+    std::vector<std::string> terminated;
+    for (Token token = lexer->next(); token.type() != Tok::Eof; token = lexer->next()) {
+        terminated.push_back(token.terminatedPayload());
+    }
+    EXPECT_EQ(terminated, (std::vector<std::string>{"a", "x", "", "12", "y", "", "ab", "", "t", "a"}));
+    lexer.reset();
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), content);
 }
 
 TEST(Source, UnlockableFileIsReadWithoutLock) {

@@ -104,7 +104,7 @@ void decodeEntities(std::string& value) {
 std::string_view Token::accumulated() const noexcept {
     const TokenSlot* slot = live();
     if (!slot || slot->capacity == 0) return {};
-    return {slot->storage, slot->used};
+    return {slot->text(), slot->used};
 }
 
 std::string Token::payloadString() const {
@@ -120,7 +120,7 @@ int Token::comparePayload(const char* text) const noexcept {
     if (!slot || !slot->hasData) return -1;
     // Deliberately over the payload's length only: an end tag that is a prefix of
     // the open element's name closes it.
-    return std::strncmp(slot->storage + slot->dataStart, text, slot->dataLength);
+    return std::strncmp(slot->text() + slot->dataStart, text, slot->dataLength);
 }
 
 std::uint32_t Token::capacity() const noexcept {

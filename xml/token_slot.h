@@ -37,6 +37,10 @@ struct TokenSlot {
     std::uint32_t limit = kAccumulatorLimit;
     char* storage = nullptr;       // at least capacity + 1 bytes once capacity > 0
     std::size_t storageSize = 0;
+    // Most tokens of a buffered source are a run of the input as it is: they are
+    // read there and copied into `storage` only when a NUL is to be stored.
+    // Null: the bytes are in `storage`.
+    const char* input = nullptr;
 
     TokenSlot() = default;
     TokenSlot(const TokenSlot&) = delete;
@@ -49,6 +53,18 @@ struct TokenSlot {
         used = capacity = dataStart = dataLength = 0;
         hasData = false;
         named = false;
+        input = nullptr;
+    }
+
+    /// The accumulator's bytes (`used` of them).
+    const char* text() const noexcept { return input ? input : storage; }
+
+    /// Moves a token read in place into `storage`, which the lexer made room for.
+    void ownText() noexcept {
+        if (!input) return;
+        std::memcpy(storage, input, used);
+        storage[used] = '\0';
+        input = nullptr;
     }
 
     /// Doubles the capacity (16 at first). False, with the type TOK_MEMORY_ERROR,

@@ -121,6 +121,41 @@ TEST(Token, TerminatedPayloadInPlace) {
     EXPECT_STREQ(nul.at(3).terminatedPayload(), "1");
 }
 
+// Most tokens are read where they lie in the caller's text; storing the NUL
+// must not write into that text, and the token reads the same before and after.
+TEST(Token, TerminatedPayloadLeavesTheInput) {
+    struct Row {
+        std::string input;
+        int index;
+        const char* accumulated;  // before
+        const char* terminated;
+        std::string after;        // the accumulator after
+    };
+    const Row rows[] = {
+        {"<a x='val'/>", 3, "'val'", "val", std::string("'val\0", 5)},
+        {"<a x = \"v\" >", 3, "\"v\"", "v", std::string("\"v\0", 3)},
+        {"<a>text</a>", 1, "text", "text", "text"},
+        {"<a>\n  <b>", 1, "\n  ", "\n  ", "\n  "},
+        {"<abc>", 0, "<abc>", "abc", std::string("<abc\0", 5)},
+        {"<abc >", 0, "<abc>", "abc", std::string("<abc\0", 5)},  // in two pieces
+        {"<abc x='1'>", 0, "<abc", "abc", "<abc"},
+        {"<a>t</abc >", 2, "</abc >", "abc", std::string("</abc\0>", 7)},
+        {"<a  name='1'>", 1, "name", "name", "name"},
+        {"<a>t</a>  ", 3, "  ", "  ", "  "},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.input);
+        PayloadFixture f(row.input);
+        Token token = f.at(row.index);
+        EXPECT_EQ(token.accumulated(), row.accumulated);
+        const std::string payload(token.payload());
+        EXPECT_STREQ(token.terminatedPayload(), row.terminated);
+        EXPECT_EQ(token.payload(), payload);
+        EXPECT_EQ(token.accumulated(), row.after);
+        EXPECT_EQ(f.text, row.input);
+    }
+}
+
 TEST(Token, ComparePayload) {
     struct Row {
         std::string input;
