@@ -33,14 +33,14 @@ void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Sch
     switch (spec.kind) {
     case AttrKind::I32:
     case AttrKind::Long:
-        fieldAs<std::int32_t>(spec, record) = xml::strtol32(value.terminatedPayload(), 10);
+        fieldAs<std::int32_t>(spec, record) = xml::strtol32(value.payload(), 10);
         break;
     case AttrKind::Hex:
         fieldAs<std::uint32_t>(spec, record) =
-            static_cast<std::uint32_t>(xml::strtol32(value.terminatedPayload(), 16));
+            static_cast<std::uint32_t>(xml::strtol32(value.payload(), 16));
         break;
     case AttrKind::Sector:
-        fieldAs<std::uint32_t>(spec, record) = xml::scanUnsignedLong32(value.terminatedPayload());
+        fieldAs<std::uint32_t>(spec, record) = xml::scanUnsigned32(value.payload(), 10);
         break;
     case AttrKind::Bool:
         fieldAs<std::int8_t>(spec, record) =

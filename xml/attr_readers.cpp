@@ -25,14 +25,15 @@ int digitValue(char c) noexcept {
 }
 
 // White space, sign and, for base 16, a "0x" prefix, as strtol and scanf take
-// them. Returns the first digit's position; `prefixZero` tells that "0x" was
-// skipped, whose "0" alone is a number when no hex digit follows.
-const char* skipLead(const char* p, int base, bool* negative, bool* prefixZero) noexcept {
-    while (isCSpace(*p)) ++p;
+// them, within [p, end). Returns the first digit's position; `prefixZero`
+// tells that "0x" was skipped, whose "0" alone is a number when no hex digit
+// follows.
+const char* skipLead(const char* p, const char* end, int base, bool* negative, bool* prefixZero) noexcept {
+    while (p != end && isCSpace(*p)) ++p;
     *negative = false;
-    if (*p == '+' || *p == '-') *negative = *p++ == '-';
+    if (p != end && (*p == '+' || *p == '-')) *negative = *p++ == '-';
     *prefixZero = false;
-    if (base == 16 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
+    if (base == 16 && end - p >= 2 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
         p += 2;
         *prefixZero = true;
     }
@@ -63,14 +64,14 @@ Token takeValue(TokenStream& ts, const char* valueMessage, bool* valueMissing) {
 
 }  // namespace
 
-std::int32_t strtol32(const char* text, int base) noexcept {
-    if (!text) return 0;
+std::int32_t strtol32(std::string_view text, int base) noexcept {
     bool negative = false, prefixZero = false;
-    const char* p = skipLead(text, base, &negative, &prefixZero);
+    const char* const end = text.data() + text.size();
+    const char* p = skipLead(text.data(), end, base, &negative, &prefixZero);
     // The magnitude saturates one past the 32-bit range; the sign picks the bound.
     const std::uint64_t bound = negative ? kLongMax32 + 1 : kLongMax32;
     std::uint64_t magnitude = 0;
-    for (int d; (d = digitValue(*p)) < base; ++p) {
+    for (int d; p != end && (d = digitValue(*p)) < base; ++p) {
         magnitude = magnitude * base + d;
         if (magnitude > bound) magnitude = bound + 1;
     }
@@ -79,14 +80,18 @@ std::int32_t strtol32(const char* text, int base) noexcept {
                     : static_cast<std::int32_t>(magnitude);
 }
 
-std::uint32_t scanUnsigned32(const char* text, int base, bool* matched) noexcept {
+std::int32_t strtol32(const char* text, int base) noexcept {
+    return text != nullptr ? strtol32(std::string_view(text), base) : 0;
+}
+
+std::uint32_t scanUnsigned32(std::string_view text, int base, bool* matched) noexcept {
     if (matched) *matched = false;
-    if (!text) return 0;
     bool negative = false, prefixZero = false;
-    const char* p = skipLead(text, base, &negative, &prefixZero);
+    const char* const end = text.data() + text.size();
+    const char* p = skipLead(text.data(), end, base, &negative, &prefixZero);
     bool anyDigit = prefixZero;
     std::uint64_t value = 0;
-    for (int d; (d = digitValue(*p)) < base; ++p) {
+    for (int d; p != end && (d = digitValue(*p)) < base; ++p) {
         anyDigit = true;
         value = value * base + d;
         if (value > kULongMax32) value = kULongMax32 + 1;
@@ -97,6 +102,14 @@ std::uint32_t scanUnsigned32(const char* text, int base, bool* matched) noexcept
     if (value > kULongMax32) return static_cast<std::uint32_t>(kULongMax32);
     return negative ? static_cast<std::uint32_t>(0u - static_cast<std::uint32_t>(value))
                     : static_cast<std::uint32_t>(value);
+}
+
+std::uint32_t scanUnsigned32(const char* text, int base, bool* matched) noexcept {
+    if (text == nullptr) {
+        if (matched) *matched = false;
+        return 0;
+    }
+    return scanUnsigned32(std::string_view(text), base, matched);
 }
 
 std::uint32_t scanUnsignedLong32(const char* text, bool* matched) noexcept {
@@ -110,7 +123,7 @@ std::int32_t readDecimalInt(TokenStream& ts) {
     bool missing = false;
     Token value = takeValue(ts, kExpectIntegral, &missing);
     if (!value) return -1;
-    return strtol32(value.terminatedPayload(), 10);
+    return strtol32(value.payload(), 10);
 }
 
 std::uint32_t readHexInt(TokenStream& ts) {
@@ -118,14 +131,14 @@ std::uint32_t readHexInt(TokenStream& ts) {
     Token value = takeValue(ts, kExpectIntegral, &missing);
     if (!value) return 0xFFFFFFFFu;
     // strtol, not strtoul: values above 0x7FFFFFFF saturate as on the 32-bit platform.
-    return static_cast<std::uint32_t>(strtol32(value.terminatedPayload(), 16));
+    return static_cast<std::uint32_t>(strtol32(value.payload(), 16));
 }
 
 std::int32_t readLong(TokenStream& ts) {
     bool missing = false;
     Token value = takeValue(ts, kExpectLongIntegral, &missing);
     if (!value) return -1;
-    return strtol32(value.terminatedPayload(), 10);
+    return strtol32(value.payload(), 10);
 }
 
 std::uint32_t readUnsignedLong(TokenStream& ts) {
@@ -133,7 +146,7 @@ std::uint32_t readUnsignedLong(TokenStream& ts) {
     Token value = takeValue(ts, kExpectLongIntegral, &missing);
     if (!value) return missing ? 0xFFFFFFFFu : 0u;
     // A value without digits leaves the result at 0.
-    return scanUnsignedLong32(value.terminatedPayload());
+    return scanUnsigned32(value.payload(), 10);
 }
 
 Token readValueToken(TokenStream& ts) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <string_view>
 
 #include "xml/token_stream.h"
 
@@ -30,5 +31,11 @@ std::uint32_t scanUnsignedLong32(const char* text, bool* matched = nullptr) noex
 /// sscanf "%u" (base 10) or "%x" (base 16, optional "0x") into a 32-bit unsigned
 /// int, with the same rules as scanUnsignedLong32.
 std::uint32_t scanUnsigned32(const char* text, int base, bool* matched = nullptr) noexcept;
+
+/// The same over a token's payload, as over the C string it holds: a NUL or
+/// the payload's end stops the number. The readers use these, so that a
+/// number is read where the lexer left it, without a terminated copy.
+std::int32_t strtol32(std::string_view text, int base) noexcept;
+std::uint32_t scanUnsigned32(std::string_view text, int base, bool* matched = nullptr) noexcept;
 
 }  // namespace xml

@@ -144,6 +144,37 @@ TEST(Strtol32, Boundaries) {
     EXPECT_EQ(strtol32(nullptr, 10), 0);
 }
 
+// A payload is read as the C string it holds: its end or a NUL stops the
+// number, and nothing past the end is looked at (a "0x" cut after the "0"
+// is a plain 0).
+TEST(Strtol32, PayloadEndsTheNumber) {
+    struct Row {
+        const char* rule;
+        std::string_view text;
+        int base;
+        std::int32_t value;
+        std::uint32_t unsignedValue;
+        bool matched;
+    };
+    const Row rows[] = {
+        {"the end cuts the digits", std::string_view("123456", 3), 10, 123, 123, true},
+        {"a NUL inside stops", std::string_view("12\0" "34", 5), 10, 12, 12, true},
+        {"white space up to the end", std::string_view(" \t5", 2), 10, 0, 0, false},
+        {"a sign at the end", std::string_view("-7", 1), 10, 0, 0, false},
+        {"an empty payload", std::string_view(), 10, 0, 0, false},
+        {"\"0x\" cut after the 0", std::string_view("0x1F", 1), 16, 0, 0, true},
+        {"\"0x\" cut after the x", std::string_view("0x1F", 2), 16, 0, 0, true},
+        {"hex digits cut", std::string_view("0x1F", 3), 16, 1, 1, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.rule);
+        EXPECT_EQ(strtol32(row.text, row.base), row.value);
+        bool matched = !row.matched;
+        EXPECT_EQ(scanUnsigned32(row.text, row.base, &matched), row.unsignedValue);
+        EXPECT_EQ(matched, row.matched);
+    }
+}
+
 TEST(ScanUnsignedLong32, Boundaries) {
     struct Row {
         const char* text;
