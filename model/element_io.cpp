@@ -93,12 +93,37 @@ void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
     if (value) storeValue(spec, record, value, ctx.schema);
 }
 
+// The layout's attribute for the name at `position` of its start tag: the
+// schema's table gives the number, the layout the declaration. A number found
+// is remembered for the next element of the layout (the table never changes,
+// so the same bytes give the same answer); a name not found is not, as a table
+// that could not be built for lack of memory is built again on the next look-up.
+const AttrSpec* attributeNamed(ParseContext& ctx, const LayoutBase& layout, std::uint32_t position,
+                               const xml::NameKey& key) {
+    RememberedName& seen = ctx.names[(static_cast<std::uint32_t>(layout.element) * 8 + position) % ctx.names.size()];
+    if (seen.layout == &layout && seen.position == position && seen.hash == key.hash && seen.length == key.length &&
+        (key.length == 0 || std::memcmp(seen.bytes, key.data, key.length) == 0)) {
+        return seen.spec;
+    }
+    const int id = ctx.schema.lookupAttribute(key);
+    const AttrSpec* spec = layout.attribute(id);
+    if (id >= 0 && key.length <= sizeof seen.bytes) {
+        seen.layout = &layout;
+        seen.position = position;
+        seen.hash = key.hash;
+        seen.length = static_cast<std::uint32_t>(key.length);
+        seen.spec = spec;
+        if (key.length != 0) std::memcpy(seen.bytes, key.data, key.length);
+    }
+    return spec;
+}
+
 enum class AttrLoop : std::uint8_t { Children, Complete, Failed };
 
 // The attributes of a start tag, through its ">" or "/>".
 AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* record) {
     xml::TokenStream& ts = ctx.ts;
-    for (;;) {
+    for (std::uint32_t position = 0;; ++position) {
         xml::Token token = ts.next();
         if (!token) return AttrLoop::Complete;
         switch (token.type()) {
@@ -113,7 +138,7 @@ AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* recor
         // Anything else counts as an attribute name. The name is looked up
         // before the value is taken because a token's text does not outlive
         // the next two tokens; the outcome is that of either order.
-        const AttrSpec* spec = layout.attribute(ctx.schema.lookupAttribute(token.nameKey()));
+        const AttrSpec* spec = attributeNamed(ctx, layout, position, token.nameKey());
         if (layout.order == ReadOrder::ValueFirst) {
             xml::Token value = xml::readValueToken(ts);
             if (!value) return AttrLoop::Failed;

@@ -1,4 +1,6 @@
 #pragma once
+#include <array>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -24,10 +26,24 @@ struct Schema {
 /// one is passed over like an unknown element, so no document exhausts the stack.
 constexpr int kMaxNesting = 1000;
 
+/// The attribute a name found at a position of an element's start tag, as
+/// last looked up there. A document repeats its elements with their
+/// attributes in the same order, so the same name at the same place takes a
+/// compare of its bytes instead of a table look-up and a search of the layout.
+struct RememberedName {
+    const LayoutBase* layout = nullptr;  // null: an empty entry
+    std::uint32_t position = 0;
+    std::uint32_t hash = 0;
+    std::uint32_t length = 0;
+    const AttrSpec* spec = nullptr;  // null: a name the layout does not keep
+    char bytes[36] = {};
+};
+
 struct ParseContext {
     xml::TokenStream& ts;
     const Schema& schema;
     int depth = 0;  // known elements being parsed, the outermost counting 1
+    std::array<RememberedName, 128> names{};
 };
 
 /// Passes over one top-level start tag: false when `ctx` stops at something

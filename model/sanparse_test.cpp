@@ -9,6 +9,7 @@
 #include "model/sanparse.h"
 #include "tests/support/failing_alloc.h"
 #include "xml/log.h"
+#include "xml/name_table.h"
 
 namespace model {
 namespace {
@@ -84,6 +85,31 @@ TEST(Reader45, AttributesAndDefaults) {
     Parsed sectors = parseDev(R"(<PhysicalDev><Geometry startingSector="-1" endingSector="4294967295"/></PhysicalDev>)");
     EXPECT_EQ(sectors.dev.geometry.startingSector, 4294967295u);
     EXPECT_EQ(sectors.dev.geometry.endingSector, 4294967295u);
+}
+
+// Elements repeat their attributes in one order, and a name met at the same
+// place again is recognised by its bytes: a name of the same hash and length
+// ("aeXpter" adds up as "adapter" does) is still unknown there, and a known
+// name at a new place is still found.
+TEST(Reader45, RepeatedElementsKeepTheirAttributesApart) {
+    Parsed aliases = parseDev(
+        R"(<PhysicalDev><SCSIAliasing>)"
+        R"(<DeviceAlias adapter="1" lun="2"/>)"
+        R"(<DeviceAlias aeXpter="7" lun="3"/>)"
+        R"(<DeviceAlias lun="4" adapter="5"/>)"
+        R"(<DeviceAlias adapter="6" lun="5"/>)"
+        R"(</SCSIAliasing></PhysicalDev>)");
+    ASSERT_TRUE(aliases.ok);
+    ASSERT_EQ(xml::nameHash("aeXpter"), xml::nameHash("adapter"));
+    const std::vector<DeviceAlias>& items = aliases.dev.scsiAliasing.items;
+    ASSERT_EQ(items.size(), 4u);
+    const std::int32_t adapters[] = {1, 0, 5, 6};
+    const std::int32_t luns[] = {2, 3, 4, 5};
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(items[i].adapter, adapters[i]);
+        EXPECT_EQ(items[i].lun, luns[i]);
+    }
 }
 
 TEST(Reader45, SyntaxErrorFailsOnlyTheElement) {
