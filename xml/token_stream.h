@@ -12,6 +12,8 @@ class TokenStream {
 public:
     /// Null when the file or buffer can't be opened (the lexer reports why).
     static std::unique_ptr<TokenStream> onFile(const char* path);
+    /// The buffer is borrowed and read in place: it must stay unchanged while
+    /// the stream's tokens are read.
     static std::unique_ptr<TokenStream> onMemory(const char* buffer, std::size_t length);
 
     /// The pushed-back token if there is one, else a new one from the lexer.
