@@ -84,14 +84,12 @@ bool buildReadBack(const model::EnumTable& table, ReadBack& out) {
     return true;
 }
 
-// One attribute as the direct path sees it: where its field lies in the
-// record (the same for every record of the type), how it is written and read,
-// and the fresh record's value, which is what an attribute that is not written
+// One attribute as the direct path sees it: its declaration (where its field
+// lies, its kind, its write condition), how its written value reads back, and
+// the fresh record's value, which is what an attribute that is not written
 // reads back as.
 struct AttrPlan {
-    const AttrSpec* spec;  // its write condition
-    std::size_t offset;
-    AttrKind kind;
+    const AttrSpec* spec;
     std::int64_t fresh;  // numbers and flags
     ReadBack readBack;   // Bool and Enum
 };
@@ -103,38 +101,38 @@ struct RecordPlan {
 };
 
 template <class T>
-T& at(void* record, std::size_t offset) {
-    return *reinterpret_cast<T*>(static_cast<char*>(record) + offset);
+T& at(const AttrPlan& attr, void* record) {
+    return *static_cast<T*>(attr.spec->field(record));
 }
 
 template <class T>
-const T& at(const void* record, std::size_t offset) {
-    return *reinterpret_cast<const T*>(static_cast<const char*>(record) + offset);
+const T& at(const AttrPlan& attr, const void* record) {
+    return *static_cast<const T*>(attr.spec->field(const_cast<void*>(record)));
 }
 
 std::int64_t numberAt(const AttrPlan& attr, const void* record) {
-    switch (attr.kind) {
+    switch (attr.spec->kind) {
     case AttrKind::Bool:
-        return at<std::int8_t>(record, attr.offset);
+        return at<std::int8_t>(attr, record);
     case AttrKind::Sector:
-        return at<std::uint32_t>(record, attr.offset);
+        return at<std::uint32_t>(attr, record);
     case AttrKind::Text:
         return 0;
     default:
-        return at<std::int32_t>(record, attr.offset);
+        return at<std::int32_t>(attr, record);
     }
 }
 
 void setNumber(const AttrPlan& attr, void* record, std::int64_t value) {
-    switch (attr.kind) {
+    switch (attr.spec->kind) {
     case AttrKind::Bool:
-        at<std::int8_t>(record, attr.offset) = static_cast<std::int8_t>(value);
+        at<std::int8_t>(attr, record) = static_cast<std::int8_t>(value);
         return;
     case AttrKind::Sector:
-        at<std::uint32_t>(record, attr.offset) = static_cast<std::uint32_t>(value);
+        at<std::uint32_t>(attr, record) = static_cast<std::uint32_t>(value);
         return;
     default:
-        at<std::int32_t>(record, attr.offset) = static_cast<std::int32_t>(value);
+        at<std::int32_t>(attr, record) = static_cast<std::int32_t>(value);
         return;
     }
 }
@@ -155,27 +153,25 @@ bool planRecord(const model::Layout<R>& layout, RecordPlan& plan) {
         return false;
     }
     R fresh{};
-    std::vector<std::size_t> offsets;
+    std::vector<std::uint32_t> offsets;
     for (const AttrSpec& spec : layout.attrs) {
         // The reader must find this spec, and only this one, by the written name.
         if (spec.name == nullptr || !isPlain(spec.name) || symbolOf(spec.name) != spec.id ||
             layout.attribute(spec.id) != &spec || spec.zeroWrittenAs != 0) {
             return false;
         }
-        const char* field = static_cast<const char*>(spec.field(&fresh));
-        const auto offset = static_cast<std::size_t>(field - reinterpret_cast<const char*>(&fresh));
-        for (const std::size_t seen : offsets) {
-            if (seen == offset) return false;
+        for (const std::uint32_t seen : offsets) {
+            if (seen == spec.offset) return false;
         }
-        offsets.push_back(offset);
-        AttrPlan attr{&spec, offset, spec.kind, 0, {}};
+        offsets.push_back(spec.offset);
+        AttrPlan attr{&spec, 0, {}};
         switch (spec.kind) {
         case AttrKind::I32:
         case AttrKind::Long:
         case AttrKind::Sector:
             break;
         case AttrKind::Text:
-            if (at<model::Text>(&fresh, offset).has_value()) return false;
+            if (at<model::Text>(attr, &fresh).has_value()) return false;
             break;
         case AttrKind::Bool:
             if (!buildReadBack(model::kBoolean, attr.readBack)) return false;
@@ -227,7 +223,7 @@ const PartitionPlans& plans() {
 bool textsComeBack(const RecordPlan& plan, const void* record) {
     for (const AttrPlan& attr : plan.texts) {
         if (!isWritten(attr, record)) continue;
-        const model::Text& text = at<model::Text>(record, attr.offset);
+        const model::Text& text = at<model::Text>(attr, record);
         if (text && !isPlain(*text)) return false;
     }
     return true;
@@ -249,7 +245,7 @@ bool partitionComesBack(const PartitionPlans& p, const model::NimbraPartition& p
 
 void normaliseRecord(const RecordPlan& plan, void* record) {
     for (const AttrPlan& attr : plan.texts) {
-        model::Text& text = at<model::Text>(record, attr.offset);
+        model::Text& text = at<model::Text>(attr, record);
         if (!isWritten(attr, record)) {
             text.reset();  // the fresh record's text is absent
         } else if (!text) {
@@ -259,7 +255,7 @@ void normaliseRecord(const RecordPlan& plan, void* record) {
     for (const AttrPlan& attr : plan.others) {
         if (!isWritten(attr, record)) {
             setNumber(attr, record, attr.fresh);
-        } else if (attr.kind == AttrKind::Bool || attr.kind == AttrKind::Enum) {
+        } else if (attr.spec->kind == AttrKind::Bool || attr.spec->kind == AttrKind::Enum) {
             setNumber(attr, record, attr.readBack(static_cast<std::int32_t>(numberAt(attr, record))));
         }
     }
