@@ -16,13 +16,17 @@
 //   then the form: AlwaysShort (attributes only, "/>"), ShortWhenEmpty ("/>"
 //   when no child would be written), AlwaysLong, or TextContent (R is
 //   std::string, read into a string and written from a std::string_view of
-//   it or of a Text: <X>text</X>, or <X/> when empty).
+//   it or of a Text: <X>text</X>, or <X/> when empty), or TextAsHeld (the
+//   same, but its characters are written as held, not escaped, for a reader
+//   that takes content literally).
 // - Attributes in written order: attr::i32 (%d), attr::long32 (%ld, read with
 //   the long reader), attr::sector (unsigned decimal), attr::hex ("0x%X"),
 //   attr::boolean (two-way), attr::bool3 (three-way: "true" 1, "false" 0,
 //   else -1), attr::newUnit (isNew), attr::text, attr::spelled (an EnumTable).
 //   Each takes a write condition (WriteIf) and i32 takes a value that a stored
-//   0 is written as. WriteIf::Never reads an attribute without writing it.
+//   0 is written as. WriteIf::Never reads an attribute without writing it;
+//   attr::writtenOnly writes one that the reader passes over with its value,
+//   and attr::fixed writes a constant that no field holds.
 // - Children in written order: child::single (by value, the later wins),
 //   child::optional (std::optional, written when present, the later wins),
 //   child::always (std::optional written also when absent, as an empty
@@ -44,6 +48,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -65,6 +70,7 @@ enum class AttrKind : std::uint8_t {
     NewUnit,  // 32-bit; read as Bool3, written through kNewUnit
     Text,     // model::Text, entity-decoded
     Enum,     // 32-bit, through an EnumTable
+    Fixed,    // no field: written as the declared constant, never read
 };
 
 enum class WriteIf : std::uint8_t {
@@ -77,7 +83,9 @@ enum class WriteIf : std::uint8_t {
     IfNonEmpty,  // a text that is present and not empty
 };
 
-enum class Form : std::uint8_t { ShortWhenEmpty, AlwaysLong, AlwaysShort, TextContent };
+enum class Form : std::uint8_t { ShortWhenEmpty, AlwaysLong, AlwaysShort, TextContent, TextAsHeld };
+
+constexpr bool isTextForm(Form form) noexcept { return form == Form::TextContent || form == Form::TextAsHeld; }
 
 /// Value-first: "=" and the value are read before the name counts, so an
 /// unknown name takes its value with it. Name-first: an unknown name drops only
@@ -111,10 +119,11 @@ struct AttrSpec {
     int id;            // number in the schema's attribute table
     AttrKind kind;
     WriteIf when;
-    std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
+    std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this; Fixed: the value
     const EnumTable* table;      // Enum only
     std::uint32_t offset;        // of the field in its record
     PaddedName lead;             // ` name="`
+    bool kept = true;            // false: the reader passes over it with its value
 
     // An offset rather than an accessor function: an attribute is read or
     // written several times per record, and an indirect call each time showed.
@@ -138,6 +147,10 @@ enum class ChildOutcome : std::uint8_t {
     GrowthFailed,  // the list could not grow: the parent is released
 };
 
+/// Called with each record a child field holds; a text element's record is
+/// a std::string_view of its characters.
+using RecordVisit = void (*)(void* context, const void* record, std::size_t index);
+
 struct ChildSpec {
     const LayoutBase* layout;                   // read and written with this one,
     const LayoutBase* const* alternatives;      // or read with any of these and
@@ -147,8 +160,11 @@ struct ChildSpec {
     int step;  // growth step of the list in the original layout (log data only)
     void* (*field)(void* parent);
     ChildOutcome (*parse)(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName);
-    void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);
-    bool (*present)(const ChildSpec& spec, const void* field);
+    void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);  // null: read only
+    bool (*present)(const ChildSpec& spec, const void* field);                        // null: read only
+    /// Visits the records the writer writes, in order (an absent child that is
+    /// always written as the empty record it is written as).
+    void (*forEach)(const void* field, RecordVisit visit, void* context);
 
     /// The layout of element `number` if this child accepts it, else null.
     const LayoutBase* accepts(int number) const noexcept;
@@ -172,6 +188,7 @@ struct LayoutBase {
     bool (*parseAndDiscard)(ParseContext& ctx, const LayoutBase& layout, const char* openName);
     PaddedName openTag;   // `<Name`
     PaddedName closeTag;  // `</Name>`
+    const void* (*blank)();  // a freshly made record (a text element's: an empty view)
 
     const AttrSpec* attribute(int id) const noexcept {
         for (const AttrSpec& spec : attrs) {
@@ -198,6 +215,8 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 /// Whether the writer writes the attribute of `record`: its write condition.
 bool attributeWritten(const AttrSpec& spec, const void* record) noexcept;
+/// The attribute's value as the writer writes it, without name or quotes.
+void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record);
 
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
@@ -230,7 +249,8 @@ struct Layout : LayoutBase {
                      options.finish != nullptr ? &callFinish : nullptr,
                      &discard,
                      PaddedName("<", elementName, ""),
-                     PaddedName("</", elementName, ">")},
+                     PaddedName("</", elementName, ">"),
+                     &blankRecord},
           typedPrepare(options.prepare),
           typedFinish(options.finish) {
         static_assert(std::is_default_constructible_v<R>);
@@ -249,6 +269,15 @@ private:
     static bool discard(ParseContext& ctx, const LayoutBase& layout, const char* openName) {
         R record{};
         return parseElement(ctx, layout, &record, openName);
+    }
+    static const void* blankRecord() {
+        if constexpr (std::is_same_v<R, std::string>) {
+            static const std::string_view empty;
+            return &empty;
+        } else {
+            static const R blank{};
+            return &blank;
+        }
     }
 };
 
@@ -389,6 +418,41 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
     }
 }
 
+// What forEach hands on: a text element's characters as a view, any other
+// record as it is.
+template <class R>
+void visitRecord(RecordVisit visit, void* context, const R& record, std::size_t index) {
+    if constexpr (std::is_same_v<R, std::string> || std::is_same_v<R, TextView>) {
+        const std::string_view text = record;
+        visit(context, &text, index);
+    } else {
+        visit(context, &record, index);
+    }
+}
+template <class C>
+void eachSingle(const void* field, RecordVisit visit, void* context) {
+    visitRecord(visit, context, *static_cast<const C*>(field), 0);
+}
+template <class F>
+void eachOptional(const void* field, RecordVisit visit, void* context) {
+    const auto& value = *static_cast<const F*>(field);
+    if (value) visitRecord(visit, context, *value, 0);
+}
+template <class F>
+void eachOptionalAlways(const void* field, RecordVisit visit, void* context) {
+    const auto& value = *static_cast<const F*>(field);
+    if (value) {
+        visitRecord(visit, context, *value, 0);
+    } else {
+        visitRecord(visit, context, typename F::value_type{}, 0);
+    }
+}
+template <class C>
+void eachRepeated(const void* field, RecordVisit visit, void* context) {
+    const auto& items = *static_cast<const std::vector<C>*>(field);
+    for (std::size_t i = 0; i < items.size(); ++i) visitRecord(visit, context, items[i], i);
+}
+
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
 template <class F>
 bool optionalPresent(const ChildSpec& spec, const void* field) {
@@ -451,6 +515,19 @@ AttrSpec spelled(AttrId id, const EnumTable& table, WriteIf when = WriteIf::Alwa
     return detail::makeAttr<M>(id, AttrKind::Enum, when, &table);
 }
 
+/// An attribute no field holds, written as `value` and passed over when read.
+inline AttrSpec fixed(AttrId id, std::int32_t value) {
+    const char* name = attributeName45(id);
+    return AttrSpec{name,          name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u,
+                    static_cast<int>(id), AttrKind::Fixed, WriteIf::Always, value, nullptr, 0,
+                    PaddedName(" ", name, "=\""), false};
+}
+/// `spec` written from its field, but passed over with its value when read.
+inline AttrSpec writtenOnly(AttrSpec spec) {
+    spec.kept = false;
+    return spec;
+}
+
 }  // namespace attr
 
 /// Child declarations; see the comment at the top of this file.
@@ -460,28 +537,32 @@ template <auto M>
 ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
     using C = detail::FieldOf<M>;
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Single, 0, &detail::fieldOf<M>,
-                     &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent};
+                     &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent,
+                     &detail::eachSingle<C>};
 }
 template <auto M>
 ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
+                     &detail::eachOptional<F>};
 }
 template <auto M>
 ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent};
+                     &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent,
+                     &detail::eachOptionalAlways<F>};
 }
 template <auto M>
 ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout, int step = 32) {
     using C = typename detail::FieldOf<M>::value_type;
     static_assert(std::is_same_v<detail::FieldOf<M>, std::vector<C>>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Repeated, step, &detail::fieldOf<M>,
-                     &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>};
+                     &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>,
+                     &detail::eachRepeated<C>};
 }
 /// An optional child that is any one of `layouts` (all of the field's record
 /// type); `pick` names the one to write, or -1 for none.
@@ -490,7 +571,8 @@ ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
+                     &detail::eachOptional<F>};
 }
 
 }  // namespace child
