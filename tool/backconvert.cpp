@@ -1,0 +1,244 @@
+#include "tool/backconvert.h"
+
+#include <algorithm>
+#include <map>
+#include <new>
+#include <utility>
+
+#include "legacy/layout40.h"
+#include "model/layout45.h"
+
+namespace tool {
+
+namespace {
+
+bool sameAddress(const model::DeviceAlias& path, const model::SCSIAddress& address) {
+    return path.adapter == address.adapter && path.channel == address.channel && path.id == address.id &&
+           path.lun == address.lun;
+}
+
+bool samePath(const model::DeviceAlias& a, const model::DeviceAlias& b) {
+    return a.adapter == b.adapter && a.channel == b.channel && a.id == b.id && a.lun == b.lun;
+}
+
+// Calls `each` with every further path of the device: an entry after the
+// first of its SCSIAliasing whose address is not the device's own, each
+// address once. The upgrade kept the device seen through the first path.
+template <class Each>
+void forEachFurtherPath(const model::PhysicalDev& device, Each each) {
+    const std::vector<model::DeviceAlias>& paths = device.scsiAliasing.items;
+    for (std::size_t i = 1; i < paths.size(); ++i) {
+        if (sameAddress(paths[i], device.scsiAddress)) continue;
+        bool seen = false;
+        for (std::size_t j = 1; j < i && !seen; ++j) seen = samePath(paths[j], paths[i]);
+        if (!seen) each(paths[i]);
+    }
+}
+
+legacy::PhysicalAdapter adapter40(const model::PhysicalAdapter& adapter) {
+    legacy::PhysicalAdapter old;
+    old.number = adapter.number;
+    old.channels = adapter.channels;
+    old.info = adapter.info;
+    old.WWPN = adapter.WWPN;
+    old.spoofWWPN = adapter.spoofWWPN;
+    old.mode = adapter.mode;
+    old.monitorWWPN = adapter.monitorWWPN;
+    old.secondaryStandbyWWPN = adapter.secondaryStandbyWWPN;
+    old.moduleName = adapter.moduleName;
+    old.vsaEnabled = adapter.vsaEnabled;
+    old.maxAliasCount = adapter.maxAliasCount;
+    old.alpa = adapter.alpa;
+    old.persistentBinding = adapter.persistentBinding;
+    old.aliasWWPNList = adapter.aliasWWPNList;
+    old.standbyAliasWWPNList = adapter.standbyAliasWWPNList;
+    return old;
+}
+
+// An adapter for each number a device or path names that no adapter has,
+// every other field zero, before the first adapter with a greater number.
+void addMissingAdapters(std::vector<legacy::PhysicalAdapter>& adapters,
+                        const std::vector<model::PhysicalDev>& devices) {
+    auto ensure = [&adapters](std::int32_t number) {
+        auto has = [number](const legacy::PhysicalAdapter& a) { return a.number == number; };
+        if (std::any_of(adapters.begin(), adapters.end(), has)) return;
+        auto greater = [number](const legacy::PhysicalAdapter& a) { return a.number > number; };
+        legacy::PhysicalAdapter added;
+        added.number = number;
+        adapters.insert(std::find_if(adapters.begin(), adapters.end(), greater), std::move(added));
+    };
+    for (const model::PhysicalDev& device : devices) {
+        ensure(device.scsiAddress.adapter);
+        forEachFurtherPath(device, [&](const model::DeviceAlias& path) { ensure(path.adapter); });
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<BackConversion> BackConversion::of(model::SANBridge& root) noexcept {
+    std::unique_ptr<BackConversion> conversion(new (std::nothrow) BackConversion(root));
+    if (conversion == nullptr) return nullptr;
+    try {
+        conversion->build();
+    } catch (const std::bad_alloc&) {
+        return nullptr;  // the destructor gives back what was taken
+    }
+    return conversion;
+}
+
+// Everything that allocates comes before the devices are taken, but the
+// copies of devices seen through further paths; a failure there leaves the
+// devices taken so far to the destructor, which gives them back.
+void BackConversion::build() {
+    std::vector<model::PhysicalDev>& devices = root_.physicalResources.physicalDevs.items;
+    std::vector<legacy::PhysicalAdapter>& adapters = bridge_.physicalResources.physicalAdapters;
+    for (const model::PhysicalAdapter& adapter : root_.physicalResources.physicalAdapters.items) {
+        adapters.push_back(adapter40(adapter));
+    }
+    addMissingAdapters(adapters, devices);
+
+    std::map<std::int32_t, std::uint32_t> firstWithNumber;
+    for (std::size_t i = adapters.size(); i-- > 0;) firstWithNumber[adapters[i].number] = static_cast<std::uint32_t>(i);
+    auto adapterOf = [&firstWithNumber](std::int32_t number) { return firstWithNumber.at(number); };
+
+    // Room for every device and copy, so that none moves once placed.
+    std::vector<std::size_t> counts(adapters.size());
+    for (const model::PhysicalDev& device : devices) {
+        ++counts[adapterOf(device.scsiAddress.adapter)];
+        forEachFurtherPath(device, [&](const model::DeviceAlias& path) { ++counts[adapterOf(path.adapter)]; });
+    }
+    for (std::size_t i = 0; i < adapters.size(); ++i) adapters[i].physicalDevs.reserve(counts[i]);
+    places_.reserve(devices.size());
+
+    bridge_.name = root_.name;
+    bridge_.ipAddr = root_.ipAddr;
+    bridge_.timestamp = root_.timestamp;
+    bridge_.ipsanPort = root_.ipsanPort;
+    bridge_.instance = root_.instance;
+
+    for (model::PhysicalDev& device : devices) {
+        const std::uint32_t at = adapterOf(device.scsiAddress.adapter);
+        std::vector<model::PhysicalDev>& list = adapters[at].physicalDevs;
+        list.push_back(std::move(device));
+        places_.push_back({at, static_cast<std::uint32_t>(list.size() - 1)});
+        const model::PhysicalDev& placed = list.back();
+        forEachFurtherPath(placed, [&](const model::DeviceAlias& path) {
+            model::PhysicalDev copy = placed;
+            copy.scsiAddress = model::SCSIAddress{path.adapter, path.channel, path.id, path.lun};
+            adapters[adapterOf(path.adapter)].physicalDevs.push_back(std::move(copy));
+        });
+    }
+
+    // From here on nothing allocates.
+    sharedTaken_ = true;
+    bridge_.properties = std::move(root_.properties);
+    bridge_.failoverPrimary = std::move(root_.failoverPrimary);
+    bridge_.failoverSecondary = std::move(root_.failoverSecondary);
+    bridge_.physicalResources.blockDevices = std::move(root_.physicalResources.blockDevices);
+    bridge_.logicalResources = std::move(root_.logicalResources);
+    bridge_.sanClientList = std::move(root_.sanClientList);
+}
+
+BackConversion::~BackConversion() {
+    if (sharedTaken_) {
+        root_.properties = std::move(bridge_.properties);
+        root_.failoverPrimary = std::move(bridge_.failoverPrimary);
+        root_.failoverSecondary = std::move(bridge_.failoverSecondary);
+        root_.physicalResources.blockDevices = std::move(bridge_.physicalResources.blockDevices);
+        root_.logicalResources = std::move(bridge_.logicalResources);
+        root_.sanClientList = std::move(bridge_.sanClientList);
+    }
+    std::vector<model::PhysicalDev>& devices = root_.physicalResources.physicalDevs.items;
+    for (std::size_t i = 0; i < places_.size(); ++i) {
+        devices[i] = std::move(bridge_.physicalResources.physicalAdapters[places_[i].adapter].physicalDevs[places_[i].position]);
+    }
+}
+
+namespace {
+
+const char* kindWord(model::OmissionKind kind, bool plural) {
+    switch (kind) {
+    case model::OmissionKind::Element:
+        return plural ? "elements" : "element";
+    case model::OmissionKind::Attribute:
+        return plural ? "attributes" : "attribute";
+    case model::OmissionKind::Spelling:
+        return plural ? "spellings" : "spelling";
+    }
+    return "";
+}
+
+template <class R>
+void walkChild(model::OmissionFinder& finder, const model::Layout<R>& layout45, const model::LayoutBase& layout40,
+               const R& record, std::size_t position = 0) {
+    finder.enter(layout45.name, position);
+    finder.walk(layout45, layout40, &record);
+    finder.leave();
+}
+
+}  // namespace
+
+std::string LeftOut::summary() const {
+    struct Count {
+        model::OmissionKind kind;
+        std::string_view name;
+        std::size_t count;
+    };
+    std::vector<Count> counts;
+    for (const model::Omission& item : items) {
+        auto same = [&item](const Count& c) { return c.kind == item.kind && c.name == item.name; };
+        auto found = std::find_if(counts.begin(), counts.end(), same);
+        if (found != counts.end()) {
+            ++found->count;
+        } else {
+            counts.push_back({item.kind, item.name, 1});
+        }
+    }
+    std::string text;
+    for (const Count& c : counts) {
+        if (!text.empty()) text += ", ";
+        text += std::to_string(c.count) + ' ' + std::string(c.name) + ' ' + kindWord(c.kind, c.count != 1);
+    }
+    return text;
+}
+
+// The bridge is walked part by part: the physical side changes shape on the
+// way back (no PhysicalAdapters or PhysicalDevs lists), so its adapters and
+// devices are compared one by one with the 4.0 ones; every other part has a
+// 4.0 element of its own.
+bool findLeftOut(const model::SANBridge& root, LeftOut& out) noexcept {
+    try {
+        model::OmissionFinder finder(out.items);
+        finder.enter("SANBridge");
+        walkChild(finder, model::kProperties45, legacy::kProperties40, root.properties);
+        walkChild(finder, model::kSANBridgeInfo45, legacy::kSANBridgeInfo40, root.sanBridgeInfo);
+        if (root.failoverPrimary) {
+            walkChild(finder, model::kFailoverPrimary45, legacy::kFailoverPrimary40, *root.failoverPrimary);
+        }
+        if (root.failoverSecondary) {
+            walkChild(finder, model::kFailoverSecondary45, legacy::kFailoverSecondary40, *root.failoverSecondary);
+        }
+        const model::PhysicalResources& physical = root.physicalResources;
+        finder.enter("PhysicalResources");
+        finder.enter("PhysicalAdapters");
+        for (std::size_t i = 0; i < physical.physicalAdapters.items.size(); ++i) {
+            walkChild(finder, model::kPhysicalAdapter45, legacy::kPhysicalAdapter40, physical.physicalAdapters.items[i],
+                      i + 1);
+        }
+        finder.leave();
+        finder.enter("PhysicalDevs");
+        for (std::size_t i = 0; i < physical.physicalDevs.items.size(); ++i) {
+            walkChild(finder, model::kPhysicalDev45, legacy::kPhysicalDev40, physical.physicalDevs.items[i], i + 1);
+        }
+        finder.leave();
+        walkChild(finder, model::kBlockDevices45, legacy::kBlockDevices40, physical.blockDevices);
+        finder.leave();
+        walkChild(finder, model::kLogicalResources45, legacy::kLogicalResources40, root.logicalResources);
+        walkChild(finder, model::kSANClientList45, legacy::kSANClientList40, root.sanClientList);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+}  // namespace tool
