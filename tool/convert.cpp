@@ -42,7 +42,7 @@ void fixSnapshotPolicies(model::SANBridge& root) noexcept {
 // fails. `whole`: the text is the complete 4.5 document of the root at `now`.
 // `text` comes in holding the input, whose block the new text is written
 // over, and goes out holding the new text.
-std::uint32_t serialise(model::SANBridge& root, ConfigText& text, std::time_t now, bool& whole) noexcept {
+std::uint32_t serialiseOver(model::SANBridge& root, ConfigText& text, std::time_t now, bool& whole) noexcept {
     ++root.instance;
     ConfigText input = std::move(text);
     text = ConfigText{};
@@ -56,6 +56,12 @@ std::uint32_t serialise(model::SANBridge& root, ConfigText& text, std::time_t no
 model::SANBridge* keptModel = nullptr;
 
 }  // namespace
+
+std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now) noexcept {
+    out = ConfigText{};
+    bool whole = false;
+    return serialiseOver(root, out, now, whole);
+}
 
 int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel) noexcept {
     ConfigText text;
@@ -86,7 +92,7 @@ int convert(const char* inputPath, const char* outputPath, bool verbose, bool ke
 
     const std::time_t now = std::time(nullptr);
     bool whole = false;
-    const std::uint32_t status = serialise(*root, text, now, whole);
+    const std::uint32_t status = serialiseOver(*root, text, now, whole);
     if (status != 0) {
         if (verbose) std::printf("convert configuration from file %s failed.\n", inputPath);
         releaseText(text);

@@ -6,6 +6,7 @@ namespace nbconf {
 
 int tokens(int argc, char** argv);
 int check(int argc, char** argv);
+int downgrade(int argc, char** argv);
 int repo(int argc, char** argv);
 int sem(int argc, char** argv);
 

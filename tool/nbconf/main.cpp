@@ -14,6 +14,8 @@ struct Command {
 const Command kCommands[] = {
     {"tokens", "tokens FILE            print every token of FILE through the end of input", nbconf::tokens},
     {"check", "check [--time N] FILE  read FILE as a 4.5 document and write it back to standard output", nbconf::check},
+    {"downgrade", "downgrade [-q] INPUT45 OUTPUT40  write the 4.5 document INPUT45 in the 4.0 layout to OUTPUT40",
+     nbconf::downgrade},
     {"repo", "repo [--devices DIR] show BASE             print the store's master header and items\n"
              "  nbconf repo [--devices DIR] add BASE FILE [NAME]  deposit FILE as the writer does",
      nbconf::repo},
