@@ -11,19 +11,7 @@ void writeDocument40(writer::XmlSink& out, const SANBridge& bridge) noexcept {
     // travels as a character reference.
     const bool entityBefore = out.carriageReturnAsEntity;
     out.carriageReturnAsEntity = true;
-    out.write("<SANConfig>");
-    ++out.level;
-    out.newLine();
-    out.write("<SANBridgeList>");
-    ++out.level;
-    out.newLine();
-    model::writeRecord(out, kSANBridge40, bridge);
-    --out.level;
-    out.newLine();
-    out.write("</SANBridgeList>");
-    --out.level;
-    out.newLine();
-    out.write("</SANConfig>");
+    model::writeBridgeList(out, kSANBridge40, &bridge);
     out.carriageReturnAsEntity = entityBefore;
 }
 

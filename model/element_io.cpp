@@ -358,17 +358,7 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
     case Form::AlwaysShort:
         out.write("/>");
         return;
-    case Form::TextContent: {
-        const std::string_view text = *static_cast<const std::string_view*>(record);
-        if (text.empty() || text[0] == '\0') {
-            out.write("/>");
-            return;
-        }
-        out.put('>');
-        out.escapedStored(text);  // a NUL ends it
-        writeEndTag(out, layout);
-        return;
-    }
+    case Form::TextContent:
     case Form::TextAsHeld: {
         const std::string_view text = *static_cast<const std::string_view*>(record);
         if (text.empty() || text[0] == '\0') {
@@ -376,7 +366,11 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
             return;
         }
         out.put('>');
-        out.literalStored(text);
+        if (layout.form == Form::TextContent) {
+            out.escapedStored(text);  // a NUL ends it
+        } else {
+            out.literalStored(text);
+        }
         writeEndTag(out, layout);
         return;
     }
@@ -405,6 +399,22 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
     --out.level;
     out.newLine();
     writeEndTag(out, layout);
+}
+
+void writeBridgeList(writer::XmlSink& out, const LayoutBase& layout, const void* bridge) {
+    out.write("<SANConfig>");
+    ++out.level;
+    out.newLine();
+    out.write("<SANBridgeList>");
+    ++out.level;
+    out.newLine();
+    writeElement(out, layout, bridge);
+    --out.level;
+    out.newLine();
+    out.write("</SANBridgeList>");
+    --out.level;
+    out.newLine();
+    out.write("</SANConfig>");
 }
 
 namespace detail {

@@ -221,6 +221,9 @@ void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void*
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record);
+/// Writes SANConfig and SANBridgeList, one level each, around the bridge
+/// element `bridge` written with `layout`; no new line after the last line.
+void writeBridgeList(writer::XmlSink& out, const LayoutBase& layout, const void* bridge);
 
 template <class R>
 struct LayoutOptions {

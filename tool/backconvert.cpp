@@ -129,25 +129,24 @@ void BackConversion::build() {
         });
     }
 
-    // From here on nothing allocates.
     sharedTaken_ = true;
-    bridge_.properties = std::move(root_.properties);
-    bridge_.failoverPrimary = std::move(root_.failoverPrimary);
-    bridge_.failoverSecondary = std::move(root_.failoverSecondary);
-    bridge_.physicalResources.blockDevices = std::move(root_.physicalResources.blockDevices);
-    bridge_.logicalResources = std::move(root_.logicalResources);
-    bridge_.sanClientList = std::move(root_.sanClientList);
+    swapShared();
+}
+
+// Taking the shared parts and giving them back are the same exchange: the
+// 4.0 root's are empty before and the 4.5 root's after.
+void BackConversion::swapShared() noexcept {
+    using std::swap;
+    swap(bridge_.properties, root_.properties);
+    swap(bridge_.failoverPrimary, root_.failoverPrimary);
+    swap(bridge_.failoverSecondary, root_.failoverSecondary);
+    swap(bridge_.physicalResources.blockDevices, root_.physicalResources.blockDevices);
+    swap(bridge_.logicalResources, root_.logicalResources);
+    swap(bridge_.sanClientList, root_.sanClientList);
 }
 
 BackConversion::~BackConversion() {
-    if (sharedTaken_) {
-        root_.properties = std::move(bridge_.properties);
-        root_.failoverPrimary = std::move(bridge_.failoverPrimary);
-        root_.failoverSecondary = std::move(bridge_.failoverSecondary);
-        root_.physicalResources.blockDevices = std::move(bridge_.physicalResources.blockDevices);
-        root_.logicalResources = std::move(bridge_.logicalResources);
-        root_.sanClientList = std::move(bridge_.sanClientList);
-    }
+    if (sharedTaken_) swapShared();
     std::vector<model::PhysicalDev>& devices = root_.physicalResources.physicalDevs.items;
     for (std::size_t i = 0; i < places_.size(); ++i) {
         devices[i] = std::move(bridge_.physicalResources.physicalAdapters[places_[i].adapter].physicalDevs[places_[i].position]);

@@ -36,6 +36,7 @@ public:
 private:
     explicit BackConversion(model::SANBridge& root) noexcept : root_(root) {}
     void build();
+    void swapShared() noexcept;
 
     // Where a device of the 4.5 list went: adapter and position in its list.
     struct Place {
