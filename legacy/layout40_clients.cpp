@@ -312,7 +312,8 @@ const Layout<m::ConfVol> kConfVol40{
     E::ConfVol, "ConfVol", "parseConfVol", m::Form::AlwaysShort, {attr::text<&m::ConfVol::guid>(A::guid)}};
 
 const Layout<m::SNMP> kSNMP40{
-    E::SNMP, "SNMP", "parseSNMP", m::Form::AlwaysShort, {attr::spelled<&m::SNMP::trapLevel>(A::trapLevel, m::kTrapLevel)}};
+    E::SNMP, "SNMP", "parseSNMP", m::Form::AlwaysShort,
+    {attr::spelled<&m::SNMP::trapLevel>(A::trapLevel, m::kTrapLevel)}};
 
 const Layout<m::Report> kReport40{
     E::Report, "Report", "parseReport", m::Form::AlwaysShort,

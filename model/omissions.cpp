@@ -117,10 +117,12 @@ void OmissionFinder::add(OmissionKind kind, const char* name, const char* attrib
 }
 
 void OmissionFinder::walk(const LayoutBase& layout, const LayoutBase& other, const void* record) {
+    const void* blank = layout.blank();
     for (const AttrSpec& spec : layout.attrs) {
         if (spec.when == WriteIf::Never) continue;
         if (const AttrSpec* kept = writtenAttribute(other, spec.id)) {
-            if (spec.kind != AttrKind::Enum || kept->kind != AttrKind::Enum || !attributeWritten(spec, record)) continue;
+            const bool spelled = spec.kind == AttrKind::Enum && kept->kind == AttrKind::Enum;
+            if (!spelled || !attributeWritten(spec, record)) continue;
             const std::int32_t value = *static_cast<const std::int32_t*>(spec.field(const_cast<void*>(record)));
             const char* spelling = spec.table->spell(value);
             if (std::strcmp(spelling, kept->table->spell(value)) != 0) {
@@ -128,7 +130,7 @@ void OmissionFinder::walk(const LayoutBase& layout, const LayoutBase& other, con
             }
             continue;
         }
-        if (!writtenDifferently(spec, record, layout.blank())) continue;
+        if (!writtenDifferently(spec, record, blank)) continue;
         writer::XmlSink value = writer::XmlSink::toMemory();
         writeAttributeValue(value, spec, record);
         const writer::ConfigText text = value.takeBuffer();

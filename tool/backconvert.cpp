@@ -148,8 +148,9 @@ void BackConversion::swapShared() noexcept {
 BackConversion::~BackConversion() {
     if (sharedTaken_) swapShared();
     std::vector<model::PhysicalDev>& devices = root_.physicalResources.physicalDevs.items;
+    std::vector<legacy::PhysicalAdapter>& adapters = bridge_.physicalResources.physicalAdapters;
     for (std::size_t i = 0; i < places_.size(); ++i) {
-        devices[i] = std::move(bridge_.physicalResources.physicalAdapters[places_[i].adapter].physicalDevs[places_[i].position]);
+        devices[i] = std::move(adapters[places_[i].adapter].physicalDevs[places_[i].position]);
     }
 }
 

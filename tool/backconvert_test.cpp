@@ -229,8 +229,9 @@ TEST(DownLevelSerialiser, TextThatCannotBeHad) {
         rlimit limit{};
         std::ifstream status("/proc/self/status");
         for (std::string line; std::getline(status, line);) {
-            if (line.starts_with("VmData:")) limit.rlim_cur = limit.rlim_max = (std::stoul(line.substr(7)) + 16384) << 10;
+            if (line.starts_with("VmData:")) limit.rlim_cur = (std::stoul(line.substr(7)) + 16384) << 10;
         }
+        limit.rlim_max = limit.rlim_cur;
         if (limit.rlim_cur == 0 || ::setrlimit(RLIMIT_DATA, &limit) != 0) ::_exit(2);
         model::SerializedText out;
         const std::uint32_t result = tool::serialiseDownLevel(&root, &out);

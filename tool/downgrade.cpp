@@ -36,9 +36,12 @@ const char* targetInTheWay(const char* path) {
     return S_ISDIR(info.st_mode) ? std::strerror(EISDIR) : "not a regular file";
 }
 
+// The model a caller asked to keep; reachable until the process ends.
+model::SANBridge* keptModel = nullptr;
+
 }  // namespace
 
-int downgradeFile(const char* input, const char* output, bool quiet) noexcept {
+int downgradeFile(const char* input, const char* output, bool quiet, bool keepModel) noexcept {
     std::unique_ptr<model::SANBridge> root = model::readBridge45(input);
     if (root == nullptr) {
         std::fprintf(stderr, "nbconf downgrade: cannot read %s: %s\n", input, unreadableReason(input));
@@ -62,7 +65,10 @@ int downgradeFile(const char* input, const char* output, bool quiet) noexcept {
         std::fprintf(stderr, "nbconf downgrade: cannot downgrade %s: %s\n", input, std::strerror(ENOMEM));
         return 1;
     }
-    root.reset();  // the text is all that is written
+    if (keepModel) {
+        delete keptModel;
+        keptModel = root.release();
+    }
     if (writer::writeTextToFile(output, text, static_cast<int>(::getpid())) != 0) {
         const int error = errno != 0 ? errno : EIO;
         std::fprintf(stderr, "nbconf downgrade: cannot write %s: %s\n", output, std::strerror(error));

@@ -9,6 +9,10 @@ namespace tool {
 /// stderr naming the file and the reason, `output` then untouched. Unless
 /// `quiet`, says on stderr what was left out ("left out: 3 BlockDevice
 /// elements, ...").
-int downgradeFile(const char* input, const char* output, bool quiet) noexcept;
+///
+/// `keepModel`: the model read is not released but kept until the next call
+/// or the process's end, for a caller that exits right after: releasing a
+/// large document's model record by record costs several per cent of the run.
+int downgradeFile(const char* input, const char* output, bool quiet, bool keepModel = false) noexcept;
 
 }  // namespace tool

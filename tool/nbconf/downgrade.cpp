@@ -18,7 +18,7 @@ int downgrade(int argc, char** argv) {
         std::fputs("Usage: nbconf downgrade [-q] INPUT45 OUTPUT40\n", stderr);
         return 2;
     }
-    return tool::downgradeFile(argv[0], argv[1], quiet);
+    return tool::downgradeFile(argv[0], argv[1], quiet, /*keepModel=*/true);  // the process ends here
 }
 
 }  // namespace nbconf
