@@ -138,6 +138,15 @@ enum class ChildOutcome : std::uint8_t {
     GrowthFailed,  // the list could not grow: the parent is released
 };
 
+/// Told of every element the writer would write for a record, in written order.
+class ElementVisitor {
+public:
+    virtual ~ElementVisitor() = default;
+    /// `record` is written with `layout`; `absent`: no record is held, and
+    /// an empty one is written in its place.
+    virtual void element(const LayoutBase& layout, const void* record, bool absent) = 0;
+};
+
 struct ChildSpec {
     const LayoutBase* layout;                   // read and written with this one,
     const LayoutBase* const* alternatives;      // or read with any of these and
@@ -149,6 +158,7 @@ struct ChildSpec {
     ChildOutcome (*parse)(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName);
     void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);
     bool (*present)(const ChildSpec& spec, const void* field);
+    void (*visit)(const ChildSpec& spec, const void* field, ElementVisitor& visitor) = nullptr;  // null: not written
 
     /// The layout of element `number` if this child accepts it, else null.
     const LayoutBase* accepts(int number) const noexcept;
@@ -198,6 +208,10 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 /// Whether the writer writes the attribute of `record`: its write condition.
 bool attributeWritten(const AttrSpec& spec, const void* record) noexcept;
+
+/// Tells `visitor` of the element `record` is written as and of everything
+/// written inside it, as the writer would write them.
+void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& visitor, bool absent = false);
 
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
@@ -389,6 +403,41 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
     }
 }
 
+// The record an optional field holds; a text-content element is told of its field.
+template <class F>
+const void* heldRecord(const F& value) {
+    if constexpr (std::is_same_v<F, Text>) {
+        return &value;
+    } else {
+        return &*value;
+    }
+}
+
+template <class C>
+void visitSingle(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    visitElement(*spec.layout, field, visitor);
+}
+template <class F>
+void visitOptional(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    const auto& value = *static_cast<const F*>(field);
+    if (!value) return;
+    if (const LayoutBase* layout = chosen(spec, pickedRecord(value))) visitElement(*layout, heldRecord(value), visitor);
+}
+template <class F>
+void visitOptionalAlways(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    const auto& value = *static_cast<const F*>(field);
+    if (value) {
+        visitElement(*spec.layout, heldRecord(value), visitor);
+    } else {
+        const typename F::value_type empty{};
+        visitElement(*spec.layout, &empty, visitor, true);
+    }
+}
+template <class C>
+void visitRepeated(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    for (const C& record : *static_cast<const std::vector<C>*>(field)) visitElement(*spec.layout, &record, visitor);
+}
+
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
 template <class F>
 bool optionalPresent(const ChildSpec& spec, const void* field) {
@@ -460,28 +509,32 @@ template <auto M>
 ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
     using C = detail::FieldOf<M>;
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Single, 0, &detail::fieldOf<M>,
-                     &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent};
+                     &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent,
+                     &detail::visitSingle<C>};
 }
 template <auto M>
 ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
+                     &detail::visitOptional<F>};
 }
 template <auto M>
 ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent};
+                     &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent,
+                     &detail::visitOptionalAlways<F>};
 }
 template <auto M>
 ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout, int step = 32) {
     using C = typename detail::FieldOf<M>::value_type;
     static_assert(std::is_same_v<detail::FieldOf<M>, std::vector<C>>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Repeated, step, &detail::fieldOf<M>,
-                     &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>};
+                     &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>,
+                     &detail::visitRepeated<C>};
 }
 /// An optional child that is any one of `layouts` (all of the field's record
 /// type); `pick` names the one to write, or -1 for none.
@@ -490,7 +543,8 @@ ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const
     using F = detail::FieldOf<M>;
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
-                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>};
+                     &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
+                     &detail::visitOptional<F>};
 }
 
 }  // namespace child
