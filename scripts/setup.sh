@@ -8,6 +8,7 @@ command -v g++ >/dev/null || need+=(g++)
 [ -f /usr/lib/x86_64-linux-gnu/libgtest.a ] || [ -f /usr/lib/libgtest.a ] || need+=(libgtest-dev)
 [ -f /usr/lib/x86_64-linux-gnu/libgmock.a ] || [ -f /usr/lib/libgmock.a ] || need+=(libgmock-dev)
 command -v python3 >/dev/null || need+=(python3)
+[ -f /usr/include/zlib.h ] || need+=(zlib1g-dev)
 for extra in "$@"; do
   dpkg -s "$extra" >/dev/null 2>&1 || need+=("$extra")
 done

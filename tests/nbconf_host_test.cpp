@@ -108,7 +108,8 @@ TEST_F(NbconfHost, RepoFailures) {
         {"no store", "repo show " + base, 1, "nbconf: " + base + " has no .repository.conf\n"},
         {"no store is not an error for a deposit", "repo add " + base + " /etc/hostname", 0, ""},
         {"unknown step", "repo frob " + base, 2,
-         "Usage: nbconf repo [--devices DIR] show BASE\n       nbconf repo [--devices DIR] add BASE FILE [NAME]\n"},
+         "Usage: nbconf repo [--devices DIR] show BASE\n       nbconf repo [--devices DIR] add BASE FILE [NAME]\n"
+         "       nbconf repo [--devices DIR] get BASE NAME OUT\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);

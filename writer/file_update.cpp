@@ -72,6 +72,24 @@ void syncDirectoryOf(const std::string& tmpPath) {
 
 void setRepositoryFailureHook(RepositoryFailureHook hook) noexcept { gRepositoryFailureHook = hook; }
 
+std::string updateObstacle(const char* targetPath) {
+    const std::string target = targetPath;
+    struct stat info {};
+    if (::lstat(targetPath, &info) == 0) {
+        if (S_ISLNK(info.st_mode)) return target + " is a symbolic link";
+        if (S_ISDIR(info.st_mode)) return target + " is a directory";
+        if (!S_ISREG(info.st_mode)) return target + " is not a regular file (a device, pipe or socket)";
+    } else if (errno != ENOENT) {
+        return target + ": " + std::strerror(errno);
+    }
+    std::string dir = directoryPart(target);
+    if (dir.empty()) dir = ".";
+    if (::stat(dir.c_str(), &info) != 0) return "directory " + dir + ": " + std::strerror(errno);
+    if (!S_ISDIR(info.st_mode)) return dir + " is not a directory";
+    if (::access(dir.c_str(), W_OK | X_OK) != 0) return "directory " + dir + ": " + std::strerror(errno);
+    return {};
+}
+
 ssize_t FileUpdate::writeToFd(void* cookie, const char* data, std::size_t size) {
     auto* update = static_cast<FileUpdate*>(cookie);
     std::size_t done = 0;

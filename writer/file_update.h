@@ -44,6 +44,13 @@ private:
     std::FILE* stream_ = nullptr;
 };
 
+/// What stands in the way of replacing `targetPath` by a new configuration
+/// file: "" when nothing does; else the reason, naming the file: it is not a
+/// regular file (a directory, a symbolic link, a device...), or its directory
+/// is missing or not writable. The update itself would not say: its rename
+/// is not checked, and it would replace whatever the name holds.
+std::string updateObstacle(const char* targetPath);
+
 /// A process-wide operation called when the repository refused a deposit of a
 /// main configuration file. The tool registers none.
 using RepositoryFailureHook = void (*)();

@@ -15,7 +15,8 @@ const Command kCommands[] = {
     {"tokens", "tokens FILE            print every token of FILE through the end of input", nbconf::tokens},
     {"check", "check [--time N] FILE  read FILE as a 4.5 document and write it back to standard output", nbconf::check},
     {"repo", "repo [--devices DIR] show BASE             print the store's master header and items\n"
-             "  nbconf repo [--devices DIR] add BASE FILE [NAME]  deposit FILE as the writer does",
+             "  nbconf repo [--devices DIR] add BASE FILE [NAME]  deposit FILE as the writer does\n"
+             "  nbconf repo [--devices DIR] get BASE NAME OUT     copy the last good copy of NAME out to OUT",
      nbconf::repo},
     {"sem", "sem remove-all         remove every semaphore set listed in the keys file", nbconf::sem},
 };
