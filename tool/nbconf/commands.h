@@ -8,5 +8,8 @@ int tokens(int argc, char** argv);
 int check(int argc, char** argv);
 int repo(int argc, char** argv);
 int sem(int argc, char** argv);
+int report(int argc, char** argv);
+int preview(int argc, char** argv);
+int verify(int argc, char** argv);
 
 }  // namespace nbconf

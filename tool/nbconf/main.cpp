@@ -18,6 +18,12 @@ const Command kCommands[] = {
              "  nbconf repo [--devices DIR] add BASE FILE [NAME]  deposit FILE as the writer does\n"
              "  nbconf repo [--devices DIR] get BASE NAME OUT     copy the last good copy of NAME out to OUT",
      nbconf::repo},
+    {"report", "report [--json] INPUT40 [TARGET]  what upgrading INPUT40 would do; exit 0 clean, 1 changes, 3 stop",
+     nbconf::report},
+    {"preview", "preview [--time N] INPUT40  the 4.5 document xlate45 would write, on standard output",
+     nbconf::preview},
+    {"verify", "verify INPUT40 OUTPUT45   exit 0 when OUTPUT45 is what converting INPUT40 gives",
+     nbconf::verify},
     {"sem", "sem remove-all         remove every semaphore set listed in the keys file", nbconf::sem},
 };
 
