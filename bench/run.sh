@@ -11,5 +11,5 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
 ./scripts/setup.sh libpugixml-dev libxml2-utils libbenchmark-dev
 cmake --preset bench >/dev/null
-cmake --build --preset bench --target xlate45 bench_measure io_floor pugixml_roundtrip >/dev/null
+cmake --build --preset bench --target xlate45 nbconf bench_measure io_floor pugixml_roundtrip >/dev/null
 exec python3 bench/run.py "$@"
