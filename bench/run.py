@@ -161,7 +161,7 @@ def report(args, results):
     cpu = next((line.split(":", 1)[1].strip() for line in open("/proc/cpuinfo")
                 if line.startswith("model name")), "unknown processor")
     print(f"\n{os.cpu_count()} x {cpu}")
-    print(f"wall: median of {args.runs} runs after a warm-up, the four commands alternating; "
+    print(f"wall: median of {args.runs} runs after a warm-up, the five commands alternating; "
           f"peak: largest resident set / input size. Load average at the end {load[0]:.2f}.")
     if args.runs < 5:
         print("(fewer than 5 runs: a quick look, not a figure to quote)")
