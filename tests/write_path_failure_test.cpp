@@ -186,6 +186,24 @@ const xml::PosixOps kRecording = {
         gRec.end();
         return r;
     },
+    [](const char* path, struct stat* info) {
+        if (gRec.begin("lstat", path)) return failWith<int>(EIO);
+        const int r = real().lstat(path, info);
+        gRec.end();
+        return r;
+    },
+    [](int fd, mode_t mode) {
+        if (gRec.begin("fchmod", gRec.pathOf(fd))) return failWith<int>(EIO);
+        const int r = real().fchmod(fd, mode);
+        gRec.end();
+        return r;
+    },
+    [](int fd, uid_t owner, gid_t group) {
+        if (gRec.begin("fchown", gRec.pathOf(fd))) return failWith<int>(EPERM);
+        const int r = real().fchown(fd, owner, group);
+        gRec.end();
+        return r;
+    },
     [](char* buffer, std::size_t size) -> char* {
         if (gRec.begin("getcwd", ".")) {
             errno = ENOENT;
@@ -204,6 +222,11 @@ const xml::PosixOps kRecording = {
 
 // ---- the scene ----
 
+mode_t modeOf(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
 std::unique_ptr<model::SANBridge> gBridge;
 std::string gNewDocument;  // what a complete update leaves in the target
 std::string gNewIndex;
@@ -218,6 +241,7 @@ public:
     void reset() const {
         for (const std::string& name : leftovers()) std::filesystem::remove(dir_.file(name));
         writeFile(target(), kOld);
+        ::chmod(target().c_str(), 0600);  // restricted: the new document must stay so
         writeFile(target() + ".previous", kOlder);
         writeFile(indexPath(), kOldIndex);
         // Room for the document and its ".org" copy, 15 MiB each.
@@ -291,7 +315,7 @@ TEST_F(WritePath, CleanRunTouchesEveryPart) {
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.role == role; }));
     }
     for (const char* op : {"open", "write", "read", "lseek", "fsync", "close", "lock", "link", "unlink", "rename",
-                           "stat"}) {
+                           "stat", "lstat", "fchmod", "fchown"}) {
         SCOPED_TRACE(op);
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.op == op; }));
     }
@@ -323,11 +347,18 @@ TEST_F(WritePath, EveryCallFailingInTurn) {
                          first.op + " of " + first.role);
             ++injected;
 
-            const bool noTemp = rec.failed("open", "temp");
+            // A temporary file that cannot take the target's mode is given up like one never made.
+            const bool modeFailed = rec.failed("fchmod", "temp");
+            const bool noTemp = rec.failed("open", "temp") || modeFailed;
             const bool badTemp = !noTemp && rec.failed("write", "temp");
             const bool renamed = !noTemp && !badTemp && !rec.failed("rename", "temp");
             EXPECT_EQ(result, noTemp || badTemp ? -1 : 0);
             EXPECT_EQ(readFile(scene.target()), renamed ? gNewDocument : kOld);
+            // Unless the old mode could not be read, the replacement keeps it.
+            const mode_t mask = ::umask(0);
+            ::umask(mask);
+            const mode_t mode = renamed && rec.failed("lstat", "target") ? 0666 & ~mask : 0600;
+            EXPECT_EQ(modeOf(scene.target()), mode);
 
             // The old version is kept unless the backup's own steps failed.
             std::string previous = kOld;
@@ -347,7 +378,8 @@ TEST_F(WritePath, EveryCallFailingInTurn) {
 
             // A temporary file stays only when the update could not finish with it.
             const std::vector<std::string> extra = scene.leftovers();
-            if (renamed || noTemp) EXPECT_EQ(extra, std::vector<std::string>{});
+            const bool tempRemoved = !modeFailed || !rec.failed("unlink", "temp");
+            if (renamed || (noTemp && tempRemoved)) EXPECT_EQ(extra, std::vector<std::string>{});
             else EXPECT_EQ(extra, std::vector<std::string>{"nimbra.conf_to_Be_" + std::to_string(::getpid())});
 
             // Standard error holds the documented lines only.

@@ -78,6 +78,56 @@ TEST(FileUpdate, TargetWithoutDirectory) {
     EXPECT_TRUE(exists(dir.file(".bare.conf.lock")));
 }
 
+// An upgrade never widens access: a replaced regular file keeps its mode,
+// owner and group. A new target, or one that is a link, is created under the
+// umask as ever; the file behind the link is left alone.
+TEST(FileUpdate, ReplacementKeepsModeOwnerAndGroup) {
+    const mode_t mask = umask(0);
+    umask(mask);
+    const bool root = geteuid() == 0;  // only root can give a file away
+    const uid_t owner = root ? 1234 : geteuid();
+    const gid_t group = root ? 5678 : getegid();
+    enum class Old { File, None, Link };
+    struct Row {
+        const char* what;
+        Old old;
+        mode_t oldMode;
+        mode_t newMode;
+    };
+    const Row rows[] = {
+        {"restricted file", Old::File, 0600, 0600},
+        {"set-gid group file", Old::File, 02640, 02640},
+        {"no file yet", Old::None, 0, 0666 & ~mask},
+        {"link to a restricted file", Old::Link, 0600, 0666 & ~mask},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        TempDir dir;
+        const std::string target = dir.file("nimbra.conf");
+        const std::string old = row.old == Old::Link ? dir.file("behind") : target;
+        if (row.old != Old::None) {
+            writeFile(old, "old");
+            ASSERT_EQ(chown(old.c_str(), owner, group), 0);
+            ASSERT_EQ(chmod(old.c_str(), row.oldMode), 0);
+        }
+        if (row.old == Old::Link) {
+            ASSERT_EQ(symlink(old.c_str(), target.c_str()), 0);
+        }
+
+        ASSERT_EQ(replace(target, "new"), 0);
+        struct stat made {};
+        ASSERT_EQ(lstat(target.c_str(), &made), 0);
+        EXPECT_TRUE(S_ISREG(made.st_mode));
+        EXPECT_EQ(made.st_mode & 07777, row.newMode);
+        const bool kept = row.old == Old::File;
+        EXPECT_EQ(made.st_uid, kept ? owner : geteuid());
+        EXPECT_EQ(made.st_gid, kept ? group : getegid());
+        if (row.old == Old::Link) {
+            EXPECT_EQ(readFile(old), "old");
+        }
+    }
+}
+
 TEST(FileUpdate, UncreatableTemporaryFileLeavesTargetUntouched) {
     TempDir dir;
     const std::string target = dir.file("nimbra.conf");

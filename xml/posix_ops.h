@@ -23,6 +23,9 @@ struct PosixOps {
     int (*unlink)(const char* path);
     int (*rename)(const char* from, const char* to);
     int (*stat)(const char* path, struct stat* info);
+    int (*lstat)(const char* path, struct stat* info);
+    int (*fchmod)(int fd, mode_t mode);
+    int (*fchown)(int fd, uid_t owner, gid_t group);
     char* (*getcwd)(char* buffer, std::size_t size);
     void (*sync)();
 };
