@@ -67,6 +67,27 @@ TEST(WriteDocumentToFile, IndexFileBesideTheDefaultDocument) {
     EXPECT_FALSE(exists(kHome->path() + "/etc/no-such-server"));
 }
 
+// A name that is not one plain directory entry would put the index outside
+// the server's directory, even outside the home: no index then, although
+// each of these directories exists. The document itself is still written.
+TEST(WriteDocumentToFile, NoIndexForANameThatIsNotADirectoryEntry) {
+    serverDir("a");
+    serverDir("a/b");
+    mkdir((kHome->path() + "/x").c_str(), 0755);
+    TempDir elsewhere;
+    const char* const names[] = {"", ".", "..", "../x", "a/b", "a/"};
+    for (const char* name : names) {
+        SCOPED_TRACE(std::string("name \"") + name + "\"");
+        const model::SANBridge bridge = bridgeNamed(name);
+        ASSERT_EQ(writer::writeDocumentToFile(elsewhere.file("out.conf").c_str(), &bridge, 0, getpid()), 0);
+        EXPECT_NE(readFile(elsewhere.file("out.conf")).find(std::string("<SANBridge name=\"") + name + "\""),
+                  std::string::npos);
+    }
+    for (const char* dir : {"/etc", "", "/x", "/etc/a", "/etc/a/b"}) {
+        EXPECT_FALSE(exists(kHome->path() + dir + "/nimbra.conf.ndx")) << dir;
+    }
+}
+
 // Each test keys its block on a directory of its own: ctest runs the tests of
 // this fixture side by side, and one fixed key let one test remove another's block.
 class StatusBlockTest : public ::testing::Test {
