@@ -146,10 +146,11 @@ TEST(NbconfCheck, FailsWithTheReadersMessage) {
     const std::string command = std::string(NBCONF_BIN) + " check " + path + " 2>&1";
     std::FILE* pipe = ::popen(command.c_str(), "r");
     ASSERT_NE(pipe, nullptr);
-    char buffer[256] = "";
+    char buffer[512] = "";
     const std::size_t n = std::fread(buffer, 1, sizeof buffer - 1, pipe);
     const int status = ::pclose(pipe);
-    EXPECT_EQ(std::string(buffer, n), "parse error SANBridge\n");
+    EXPECT_EQ(std::string(buffer, n),
+              "parse error SANBridge\nnbconf: " + path + " does not parse: no SANBridge could be read from it\n");
     EXPECT_NE(status, 0);
 }
 

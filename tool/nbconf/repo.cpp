@@ -1,17 +1,19 @@
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "host/cfgrepository.h"
 #include "tool/nbconf/commands.h"
+#include "xml/log.h"
 
 namespace nbconf {
 
 namespace {
 
-constexpr const char* kRepoUsage =
-    "Usage: nbconf repo [--devices DIR] show BASE\n"
-    "       nbconf repo [--devices DIR] add BASE FILE [NAME]\n";
+// The store reports its failures only to the system log, which a
+// workstation may not have: they are shown on standard error as well.
+void echoLogLine(const char* /*identity*/, const char* message) { std::fprintf(stderr, "nbconf: %s\n", message); }
 
 void printItem(int index, const host::ItemSection& item) {
     std::printf("item %d \"%s\": copies %d, last written slot ", index, item.name().c_str(), item.copies());
@@ -29,19 +31,22 @@ void printItem(int index, const host::ItemSection& item) {
 // The master header and every item of the store of `base`, as they lie on the device.
 int show(const char* base) {
     std::unique_ptr<host::Repository> repository;
+    errno = 0;
     const int opened = host::CFGREPOSITORY_getRepository(base, &repository);
+    const int reason = errno;  // the log keeps it
     if (opened == -5) {
-        std::fprintf(stderr, "nbconf: %s has no .repository.conf\n", base);
-        return 1;
+        std::fprintf(stderr, "nbconf: cannot open %s/.repository.conf: %s\n", base, std::strerror(reason));
+        return kFailed;
     }
     if (opened != 0) {
-        std::fprintf(stderr, "nbconf: cannot open the store of %s\n", base);
-        return 1;
+        std::fprintf(stderr, "nbconf: cannot open the store described in %s/.repository.conf%s%s\n", base,
+                     reason != 0 ? ": " : "", reason != 0 ? std::strerror(reason) : "");
+        return kFailed;
     }
     host::MasterHeader master;
     if (host::CFGREPOSITORY_getMasterHeader(repository.get(), &master) != 0) {
         std::fprintf(stderr, "nbconf: cannot read the master header of %s\n", repository->devicePath().c_str());
-        return 1;
+        return kFailed;
     }
     std::printf("store %s: vid %d, ending sector %u, %llu bytes\n", repository->devicePath().c_str(),
                 repository->vid(), repository->endingSector(),
@@ -56,15 +61,13 @@ int show(const char* base) {
         host::ItemSection item;
         if (host::CFGREPOSITORY_readDisk(repository.get(), repository->startSector() + 1 + i, item.bytes.data(),
                                          host::kHeaderSize) != 0) {
-            std::fprintf(stderr, "nbconf: cannot read item %d\n", i);
-            return 1;
+            std::fprintf(stderr, "nbconf: cannot read item %d of %s\n", i, repository->devicePath().c_str());
+            return kFailed;
         }
         printItem(i, item);
     }
     return 0;
 }
-
-}  // namespace
 
 int repo(int argc, char** argv) {
     int next = 0;
@@ -74,16 +77,47 @@ int repo(int argc, char** argv) {
     }
     const int left = argc - next;
     char** args = argv + next;
+    xml::setLogObserver(echoLogLine);
     if (left == 2 && std::strcmp(args[0], "show") == 0) return show(args[1]);
     if ((left == 3 || left == 4) && std::strcmp(args[0], "add") == 0) {
-        // As the document writer deposits an update: the store decides everything else.
+        // As the document writer deposits an update, which stores the file
+        // under the target's path: here FILE itself, unless NAME is given.
+        const char* file = args[2];
         const char* saveAs = left == 4 ? args[3] : nullptr;
-        const int result = host::CFGREPOSITORY_addFileAs(args[1], args[2], saveAs, nullptr);
-        if (result != 0) std::fprintf(stderr, "nbconf: deposit of %s failed (see the system log)\n", args[2]);
-        return result == 0 ? 0 : 1;
+        if (!canRead(file)) return kFailed;
+        if (host::CFGREPOSITORY_addFileAs(args[1], file, saveAs, nullptr) != 0) {
+            std::fprintf(stderr, "nbconf: %s was not deposited as \"%s\" in the store of %s\n", file,
+                         saveAs != nullptr ? saveAs : file, args[1]);
+            return kFailed;
+        }
+        return kOk;
     }
-    std::fputs(kRepoUsage, stderr);
-    return 2;
+    return usageError(kRepo);
 }
+
+}  // namespace
+
+const Command kRepo = {
+    "repo",
+    "repo [--devices DIR] show BASE\n"
+    "repo [--devices DIR] add BASE FILE [NAME]",
+    "show a configuration store, or deposit a file in it",
+    "BASE is the directory holding the store's description, .repository.conf;\n"
+    "the quorum device it names is looked for in /dev/nbdev, or in DIR.\n"
+    "\n"
+    "show prints the store's master header and every item with its copy slots.\n"
+    "\n"
+    "add deposits FILE in the store as the configuration writer does when it\n"
+    "replaces a file: under NAME, or without NAME under FILE as given (the\n"
+    "writer stores under the target's path). A main configuration file (a name\n"
+    "ending in nimbra.conf) also renews its \".org\" copy. A store that names an\n"
+    "owner takes deposits only from that server. A BASE without\n"
+    ".repository.conf has no store, which is not an error.\n"
+    "\n"
+    "The store's own failure messages, otherwise only in the system log, are\n"
+    "shown on standard error. Exit status 0 when done; 1 when the store cannot\n"
+    "be read or FILE cannot be opened or deposited.\n",
+    repo,
+};
 
 }  // namespace nbconf
