@@ -1,36 +1,23 @@
 // The administrator's commands on stores and semaphores, run as the real program.
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "host/cfgrepository.h"
+#include "tests/support/run_program.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+void spill(const fs::path& path, const std::string& text) { testing_support::writeFile(path, text); }
 
-void spill(const fs::path& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
+using Outcome = testing_support::ProgramResult;
 
 class NbconfHost : public ::testing::Test {
 protected:
@@ -44,11 +31,12 @@ protected:
     }
     void TearDown() override { fs::remove_all(dir_); }
 
+    // `args` are separated by single spaces (no path here has one).
     Outcome nbconf(const std::string& args) {
-        const std::string command = "NBHOME=" + (dir_ / "home").string() + " " + NBCONF_BIN + " " + args + " >" +
-                                    (dir_ / "out").string() + " 2>" + (dir_ / "err").string();
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir_ / "out"), slurp(dir_ / "err")};
+        std::vector<std::string> argv = {NBCONF_BIN};
+        std::istringstream words(args);
+        for (std::string word; words >> word;) argv.push_back(word);
+        return testing_support::runProgram(argv, {"NBHOME=" + (dir_ / "home").string()});
     }
 
     // An empty store with two copies per item and no owner.

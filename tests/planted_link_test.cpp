@@ -1,67 +1,51 @@
 // The tool runs as root, often in directories that others may write to. Each
 // file it makes beside the output, and the index under the home, is planted
-// first as a link to a file that must not change; the real binary runs with
-// the process id the planted names assume.
+// first, with the process id the run will have; the file behind stays as it was.
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/run_program.h"
 
-using testing_support::ProgramResult;
 using testing_support::readFile;
-using testing_support::runProgram;
-using testing_support::TempDir;
 using testing_support::writeFile;
 
 namespace {
 
-const char kInput[] = R"(<SANConfig><SANBridgeList><SANBridge name="srv" instance="1"/></SANBridgeList></SANConfig>)";
-
 TEST(PlantedLinks, AreNeverWrittenThrough) {
-    struct Row {
-        const char* attack;
-        const char* planted;  // relative to the scratch directory; %d is the tool's pid
-        bool hardLink;        // else a symbolic link
-        const char* pointsAt;
-        const char* err;      // after the lock path
+    enum Plant { Link, HardLink, DanglingLink, StaleFile };
+    const std::pair<const char*, Plant> rows[] = {
+        {"out/nimbra.conf_to_Be_%d", Link},         {"out/nimbra.conf_to_Be_%d", HardLink},
+        {"out/nimbra.conf_to_Be_%d", StaleFile},    {"out/.nimbra.conf.lock", DanglingLink},
+        {"home/etc/srv/nimbra.conf.ndx", Link},
     };
-    const Row rows[] = {
-        {"link as the temporary file", "out/nimbra.conf_to_Be_%d", false, "victim", ""},
-        {"hard link as the temporary file", "out/nimbra.conf_to_Be_%d", true, "victim", ""},
-        {"dangling link as the lock file", "out/.nimbra.conf.lock", false, "nowhere", " - 40\n"},
-        {"link as the index file", "home/etc/srv/nimbra.conf.ndx", false, "victim", ""},
-        {"stale temporary file of the same pid", "out/nimbra.conf_to_Be_%d", false, nullptr, ""},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.attack);
-        TempDir dir;
-        ASSERT_EQ(mkdir(dir.file("out").c_str(), 0777), 0);
-        ASSERT_EQ(mkdir(dir.file("home").c_str(), 0755), 0);
-        ASSERT_EQ(mkdir(dir.file("home/etc").c_str(), 0755), 0);
-        ASSERT_EQ(mkdir(dir.file("home/etc/srv").c_str(), 0755), 0);
-        writeFile(dir.file("in.conf"), kInput);
+    for (const auto& [at, plant] : rows) {
+        SCOPED_TRACE(std::string(at) + ", plant " + std::to_string(plant));
+        testing_support::TempDir dir;
+        std::filesystem::create_directories(dir.file("out"));
+        std::filesystem::create_directories(dir.file("home/etc/srv"));
+        writeFile(dir.file("in.conf"), R"(<SANConfig><SANBridgeList><SANBridge name="srv" instance="1"/></SANBridgeList></SANConfig>)");
         writeFile(dir.file("victim"), "victim\n");
-        const std::string output = dir.file("out/nimbra.conf");
-
-        const ProgramResult run = runProgram({XLATE45_BIN, dir.file("in.conf"), output, "-q"},
-                                             {"NBHOME=" + dir.file("home")}, [&] {
-                                                 char name[256];
-                                                 std::snprintf(name, sizeof name, row.planted, getpid());
-                                                 const std::string at = dir.file(name);
-                                                 if (row.pointsAt == nullptr) writeFile(at, "stale");
-                                                 else if (row.hardLink) link(dir.file(row.pointsAt).c_str(), at.c_str());
-                                                 else symlink(dir.file(row.pointsAt).c_str(), at.c_str());
-                                             });
+        const std::string out = dir.file("out/nimbra.conf");
+        const auto run = testing_support::runProgram(
+            {XLATE45_BIN, dir.file("in.conf"), out, "-q"}, {"NBHOME=" + dir.file("home")}, [&] {
+                char name[256];
+                std::snprintf(name, sizeof name, at, getpid());
+                const std::string path = dir.file(name);
+                const std::string behind = dir.file(plant == DanglingLink ? "nowhere" : "victim");
+                if (plant == StaleFile) writeFile(path, "stale");
+                else if (plant == HardLink) link(behind.c_str(), path.c_str());
+                else symlink(behind.c_str(), path.c_str());
+            });
 
         EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, *row.err ? "Can't open lock file " + dir.file("out/.nimbra.conf.lock") + row.err : "");
+        const std::string lock = dir.file("out/.nimbra.conf.lock");
+        EXPECT_EQ(run.err, plant == DanglingLink ? "Can't open lock file " + lock + " - 40\n" : "");  // ELOOP
         EXPECT_EQ(readFile(dir.file("victim")), "victim\n");
-        EXPECT_NE(access(dir.file("nowhere").c_str(), F_OK), 0);
-        struct stat made {};
-        ASSERT_EQ(lstat(output.c_str(), &made), 0);
-        EXPECT_TRUE(S_ISREG(made.st_mode));
-        EXPECT_NE(readFile(output).find(R"(instance="2")"), std::string::npos);
+        EXPECT_FALSE(std::filesystem::exists(dir.file("nowhere")));
+        EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(out)));
+        EXPECT_NE(readFile(out).find(R"(instance="2")"), std::string::npos);
     }
 }
 
