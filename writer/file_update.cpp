@@ -110,9 +110,9 @@ std::unique_ptr<FileUpdate> FileUpdate::open(const char* targetPath, int pid) no
         update->lockFd_ = xml::openAndLock(targetPath, true);
         update->tmpPath_ = update->path_ + "_to_Be_" + std::to_string(pid);
         const char* const tmp = update->tmpPath_.c_str();
-        // The name is predictable and the tool runs as root: whatever lies there (a
-        // stale file of an earlier run with this pid, a planted link) goes
-        // first, and the file is made only if nothing came back meanwhile.
+        // The name is predictable and the tool runs as root: whatever lies
+        // there (a stale file of an earlier run with this pid, a planted link)
+        // goes first, and the file is made only if nothing came back meanwhile.
         static_cast<void>(xml::posixOps().unlink(tmp));  // the exclusive create decides
         update->fd_ = xml::posixOps().open(tmp, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
         if (update->fd_ < 0) return nullptr;  // the destructor releases the lock

@@ -15,8 +15,9 @@ int realStat(const char* path, struct stat* info) { return ::stat(path, info); }
 int realLstat(const char* path, struct stat* info) { return ::lstat(path, info); }
 
 const PosixOps kReal = {
-    realOpen, ::write, ::read, ::lseek, ::fsync, ::close, realLock,
-    ::link,   ::unlink, std::rename, realStat, realLstat, ::fchmod, ::fchown, ::getcwd, ::sync,
+    realOpen, ::write,  ::read,      ::lseek,  ::fsync,    ::close,   realLock,
+    ::link,   ::unlink, std::rename, realStat, realLstat,  ::fchmod,  ::fchown,
+    ::getcwd, ::sync,
 };
 
 }  // namespace

@@ -7,8 +7,9 @@ struct stat;
 
 namespace xml {
 
-/// The system calls of the file-update path (lock files, temporary file,
-/// backup link, rename, directory sync, index file, repository device).
+/// The system calls of the file-update path (lock files, temporary file and
+/// the mode and owner it takes over, backup link, rename, directory sync,
+/// index file, repository device).
 /// Production code calls them through posixOps() so that a test can make any
 /// one of them fail on cue, or stop the process right after it.
 struct PosixOps {
