@@ -524,7 +524,11 @@ int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSec
 int CFGREPOSITORY_gzipFile(const char* path) noexcept try {
     const std::string source = path;
     const std::string target = source + ".gz";
-    const std::string command = "/bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
+    // The name is predictable: what lies there goes first, and the shell's
+    // noclobber makes the redirection fail rather than follow a link planted
+    // meanwhile.
+    static_cast<void>(CFGREPOSITORY_rmFile(target.c_str()));
+    const std::string command = "set -C; /bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
     const int status = std::system(command.c_str());
     struct stat compressed {};
     return status == 0 && ::stat(target.c_str(), &compressed) == 0 ? 0 : -1;

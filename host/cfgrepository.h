@@ -165,7 +165,9 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
 int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, const ItemSection& from,
                                  ItemSection* to) noexcept;
 
-/// Runs "/bin/gzip -c9" on `path` into `path` + ".gz". 0 when the result exists.
+/// Runs "/bin/gzip -c9" on `path` into a new `path` + ".gz" (whatever had
+/// that name is removed first; the result is never written through a link).
+/// 0 when the result exists.
 int CFGREPOSITORY_gzipFile(const char* path) noexcept;
 
 /// Removes `path`; remove's result.

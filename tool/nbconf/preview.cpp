@@ -11,25 +11,22 @@
 
 namespace nbconf {
 
-// The 4.5 document xlate45 would write for INPUT40, on standard output; no
-// file is written, no lock taken but the reader's shared one.
+namespace {
+
 int preview(int argc, char** argv) {
     std::time_t when = std::time(nullptr);
-    if (!takeTimeOption(argc, argv, when) || argc != 1) {
-        std::fputs("Usage: nbconf preview [--time N] INPUT40\n", stderr);
-        return 2;
-    }
+    if (!takeTimeOption(argc, argv, when) || argc != 1) return usageError(kPreview);
     const char* input = argv[0];
     tool::ConfigText text;
-    if (!readInput(input, text)) return 1;
+    if (!readInput(input, text)) return kFailed;
     tool::Conversion converted = tool::convertText(std::move(text), &when);
     if (!converted.root) {
         std::fprintf(stderr, "nbconf: %s yields no SANBridge: xlate45 would write nothing (and exit 0)\n", input);
-        return 1;
+        return kFailed;
     }
     if (converted.status != 0) {
         std::fprintf(stderr, "nbconf: the conversion of %s does not serialise: xlate45 would exit 55\n", input);
-        return 1;
+        return kFailed;
     }
     if (converted.whole) {
         std::fwrite(converted.text.text.get(), 1, static_cast<std::size_t>(converted.text.length), stdout);
@@ -40,10 +37,27 @@ int preview(int argc, char** argv) {
         out.flush();
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "nbconf: cannot write the document: %s\n", std::strerror(errno));
-        return 1;
+        std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
+        return kFailed;
     }
-    return 0;
+    return kOk;
 }
+
+}  // namespace
+
+const Command kPreview = {
+    "preview",
+    "preview [--time N] INPUT40",
+    "the 4.5 document xlate45 would write, on standard output",
+    "Converts INPUT40 as xlate45 does, in memory, and prints the 4.5 document\n"
+    "xlate45 would write, byte for byte. --time N gives the header's time in\n"
+    "seconds since the epoch (the current time otherwise). Nothing is written\n"
+    "and no lock is taken but the reader's shared one.\n"
+    "\n"
+    "Exit status 0 when the document was printed; 1 when INPUT40 cannot be read,\n"
+    "is empty, ends in a lone CR (xlate45 would never finish) or yields no\n"
+    "SANBridge (xlate45 would write nothing), with the reason on standard error.\n",
+    preview,
+};
 
 }  // namespace nbconf

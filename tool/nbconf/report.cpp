@@ -7,9 +7,10 @@
 
 namespace nbconf {
 
-// What upgrading INPUT40 (into TARGET) would do, before it is done. The exit
-// status is the verdict's: 0 clean, 1 changes, 3 stop; 2 for a usage error or
-// a report that could not be written.
+namespace {
+
+// The report on upgrading INPUT40 (into TARGET), before it is done. Its exit
+// status is its verdict, so that a script upgrading a fleet can branch on it.
 int report(int argc, char** argv) {
     bool json = false;
     if (argc >= 1 && std::strcmp(argv[0], "--json") == 0) {
@@ -17,17 +18,47 @@ int report(int argc, char** argv) {
         ++argv;
         --argc;
     }
-    if (argc < 1 || argc > 2 || argv[0][0] == '-') {
-        std::fputs("Usage: nbconf report [--json] INPUT40 [TARGET]\n", stderr);
-        return 2;
-    }
+    if (argc < 1 || argc > 2 || argv[0][0] == '-') return usageError(kReport);
     const tool::Report found = tool::reportUpgrade(argv[0], argc == 2 ? argv[1] : nullptr);
     const bool written = json ? found.writeJson(stdout) : found.writeText(stdout);
     if (!written || std::fflush(stdout) != 0) {
-        std::fprintf(stderr, "nbconf: cannot write the report: %s\n", std::strerror(errno));
-        return 2;
+        std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
+        return kBadUsage;
     }
     return found.exitStatus();
 }
+
+}  // namespace
+
+const Command kReport = {
+    "report",
+    "report [--json] INPUT40 [TARGET]",
+    "what upgrading a 4.0 document would do, before it is done",
+    "Runs xlate45's own reading, migration and fix-ups on INPUT40 in memory and\n"
+    "reports what they do: findings, each with a kind, a severity (info, warn or\n"
+    "stop), the input line, the element's path and the old and new value; the\n"
+    "counts of adapters, physical devices, virtual devices per list, clients,\n"
+    "snapshot groups and iSCSI targets in the input and in the result; and a\n"
+    "verdict. TARGET, when given, is checked as the output xlate45 would replace.\n"
+    "Nothing is written and no lock is taken but the reader's shared one. An\n"
+    "input ending in a lone CR is read as if it ended in LF.\n"
+    "\n"
+    "The text form groups the findings by kind, one line each; --json prints one\n"
+    "object: {\"verdict\": ..., \"findings\": [...], \"summary\": {\"input\": {...},\n"
+    "\"result\": {...}}}.\n"
+    "\n"
+    "Kinds: stop: truncated, lone-cr, no-bridge, already-4.5, target-not-regular,\n"
+    "input-refused, not-serialised; warn: unknown-element, unknown-attribute,\n"
+    "attribute-dropped, element-dropped, element-failed, path-merged,\n"
+    "adapter-field-reset, info-item-emptied, partition-reset, alias-guid-dropped,\n"
+    "bridge-info-dropped, fc-value-dropped, connection-type-defaulted,\n"
+    "snapshot-policy-changed, second-bridge-dropped, no-backup; info:\n"
+    "instance-raised, counter-raised, owner-filled, adapters-reordered,\n"
+    "defaults-added.\n"
+    "\n"
+    "Exit status: 0 clean (info findings only), 1 changes (a warning), 3 stop;\n"
+    "2 for wrong arguments or when standard output cannot be written.\n",
+    report,
+};
 
 }  // namespace nbconf
