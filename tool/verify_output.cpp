@@ -1,9 +1,6 @@
 #include "tool/verify_output.h"
 
-#include <memory>
-#include <vector>
-
-#include "xml/lexer.h"
+#include "writer/document.h"
 
 namespace tool {
 
@@ -30,36 +27,6 @@ std::string shown(std::string_view line) {
     return line.size() <= kShown ? std::string(line) : std::string(line.substr(0, kShown)) + "...";
 }
 
-// Every element closed by its own end tag, in order, and nothing after the
-// root: what the writer always produces and a damaged file seldom keeps.
-bool markupIntact(std::string_view text) {
-    std::unique_ptr<xml::Lexer> lexer = xml::Lexer::onMemory(text.data(), text.size());
-    if (!lexer || text.find('\0') != std::string_view::npos) return false;
-    std::vector<std::string> open;
-    for (xml::Token token = lexer->next(); token.type() != xml::Tok::Eof; token = lexer->next()) {
-        switch (token.type()) {
-        case xml::Tok::StartTag:
-        case xml::Tok::StartTagOpen:
-            open.emplace_back(token.payload());
-            break;
-        case xml::Tok::EmptyTagClose:
-            if (open.empty()) return false;
-            open.pop_back();
-            break;
-        case xml::Tok::EndTag:
-            if (open.empty() || open.back() != token.payload()) return false;
-            open.pop_back();
-            break;
-        case xml::Tok::LexError:
-        case xml::Tok::MemoryError:
-            return false;
-        default:
-            break;
-        }
-    }
-    return open.empty() && text.ends_with("</SANConfig>");
-}
-
 }  // namespace
 
 Comparison compareConverted(std::string_view expected, std::string_view found, bool foundIsInput) {
@@ -78,7 +45,7 @@ Comparison compareConverted(std::string_view expected, std::string_view found, b
         const bool cutShort = !foundLeft || (atFound > found.size() && want.starts_with(got));
         if (foundIsInput || found.find("<PhysicalAdapters") == std::string_view::npos) {
             result.mismatch = cutShort && !found.empty() && !foundIsInput ? Mismatch::Damaged : Mismatch::NotConverted;
-        } else if (cutShort || !markupIntact(found)) {
+        } else if (cutShort || found.find('\0') != std::string_view::npos || !writer::isWholeDocument(found)) {
             result.mismatch = Mismatch::Damaged;
         } else {
             result.mismatch = Mismatch::OtherInput;

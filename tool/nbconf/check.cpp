@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +6,7 @@
 
 #include "model/sanparse.h"
 #include "tool/nbconf/commands.h"
+#include "tool/nbconf/options.h"
 #include "writer/document.h"
 #include "writer/sink.h"
 
@@ -34,11 +34,7 @@ int check(int argc, char** argv) {
     writer::XmlSink out = writer::XmlSink::toStream(stdout);
     writer::writeDocument(out, *bridge, when);
     out.flush();
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
-        return kFailed;
-    }
-    return kOk;
+    return finishOutput();
 }
 
 }  // namespace

@@ -5,7 +5,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tool/nbconf/commands.h"
+
 namespace nbconf {
+
+int finishOutput() {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return kOk;
+    std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
+    return kFailed;
+}
 
 bool takeTimeOption(int& argc, char**& argv, std::time_t& when) {
     if (argc < 2 || std::strcmp(argv[0], "--time") != 0) return true;

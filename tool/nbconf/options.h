@@ -6,6 +6,10 @@
 // What several subcommands share: their options and the reading of their files.
 namespace nbconf {
 
+/// Flushes standard output: kOk, or kFailed after "nbconf: cannot write
+/// standard output: REASON" on stderr.
+int finishOutput();
+
 /// Takes a leading "--time N" (seconds since the epoch) off the arguments
 /// into `when`. False when N is not a number.
 bool takeTimeOption(int& argc, char**& argv, std::time_t& when);

@@ -1,6 +1,4 @@
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 
 #include "tool/convert.h"
@@ -36,11 +34,7 @@ int preview(int argc, char** argv) {
         writer::writeDocument(out, *converted.root, when);
         out.flush();
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
-        return kFailed;
-    }
-    return kOk;
+    return finishOutput();
 }
 
 }  // namespace

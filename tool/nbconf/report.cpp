@@ -1,8 +1,8 @@
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "tool/nbconf/commands.h"
+#include "tool/nbconf/options.h"
 #include "tool/upgrade_report.h"
 
 namespace nbconf {
@@ -21,11 +21,8 @@ int report(int argc, char** argv) {
     if (argc < 1 || argc > 2 || argv[0][0] == '-') return usageError(kReport);
     const tool::Report found = tool::reportUpgrade(argv[0], argc == 2 ? argv[1] : nullptr);
     const bool written = json ? found.writeJson(stdout) : found.writeText(stdout);
-    if (!written || std::fflush(stdout) != 0) {
-        std::fprintf(stderr, "nbconf: cannot write standard output: %s\n", std::strerror(errno));
-        return kBadUsage;
-    }
-    return found.exitStatus();
+    const int flushed = finishOutput();  // says why when writing failed
+    return written && flushed == kOk ? found.exitStatus() : kBadUsage;
 }
 
 }  // namespace
