@@ -1,5 +1,8 @@
 #include "fuzz/entries.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -8,6 +11,7 @@
 #include "model/sanparse.h"
 #include "tool/backconvert.h"
 #include "tool/migrate.h"
+#include "tool/upgrade_report.h"
 #include "writer/document.h"
 #include "xml/lexer.h"
 #include "xml/log.h"
@@ -51,6 +55,21 @@ void convert40(const std::uint8_t* data, std::size_t size) noexcept {
     if (!root) return;
     root->serializer = nullptr;  // as the tool does: the 4.5 layout
     static_cast<void>(writer::writeDocumentToMemory(root.get(), 0));
+}
+
+void reportUpgrade(const std::uint8_t* data, std::size_t size) noexcept {
+    silenceLog();
+    tool::ConfigText text;
+    text.text = tool::ConfigText::Bytes(static_cast<char*>(std::malloc(size + 1)), writer::TextRelease{true});
+    if (!text.text) return;
+    std::memcpy(text.text.get(), data, size);
+    text.length = static_cast<std::int32_t>(size);
+    const tool::Report report = tool::reportUpgradeText(std::move(text));
+    std::FILE* sink = std::fopen("/dev/null", "w");
+    if (sink == nullptr) return;
+    static_cast<void>(report.writeText(sink));
+    static_cast<void>(report.writeJson(sink));
+    std::fclose(sink);
 }
 
 void read45AndWrite(const std::uint8_t* data, std::size_t size) noexcept {

@@ -15,6 +15,11 @@ void lexAll(const std::uint8_t* data, std::size_t size) noexcept;
 /// 4.5 document of the result serialised to memory.
 void convert40(const std::uint8_t* data, std::size_t size) noexcept;
 
+/// The upgrade report over the input (the 4.0 reader with its listener, the
+/// migration and the fix-ups, every finding) in both written forms. A lone CR
+/// at the end stays: the report must finish on it where the tool never does.
+void reportUpgrade(const std::uint8_t* data, std::size_t size) noexcept;
+
 /// The 4.5 reader over the input, the document of what it read written back
 /// to memory, and the way back: what is left out, and the 4.0 document of it
 /// read by the 4.0 reader.

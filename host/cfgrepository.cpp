@@ -11,6 +11,7 @@
 #include <string>
 #include <strings.h>
 #include <sys/stat.h>
+#include <zlib.h>
 
 #include "xml/home.h"
 #include "xml/log.h"
@@ -523,7 +524,11 @@ int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSec
 int CFGREPOSITORY_gzipFile(const char* path) noexcept try {
     const std::string source = path;
     const std::string target = source + ".gz";
-    const std::string command = "/bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
+    // The name is predictable: what lies there goes first, and the shell's
+    // noclobber makes the redirection fail rather than follow a link planted
+    // meanwhile.
+    static_cast<void>(CFGREPOSITORY_rmFile(target.c_str()));
+    const std::string command = "set -C; /bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
     const int status = std::system(command.c_str());
     struct stat compressed {};
     return status == 0 && ::stat(target.c_str(), &compressed) == 0 ? 0 : -1;
@@ -748,6 +753,73 @@ int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const cha
     return ret;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
+}
+
+int readLastCopy(Repository* repository, const ItemSection& item, std::string* bytes, std::string* why) noexcept try {
+    const std::uint8_t slot = item.lastSlot();
+    if (slot == kNoSlot || slot >= item.copies()) {
+        *why = "no copy was written";
+        return -1;
+    }
+    if ((item.badSlots() & (1u << slot)) != 0) {
+        *why = "its copy (slot " + std::to_string(slot) + ") is marked bad";
+        return -1;
+    }
+    const std::uint32_t offset = item.slotOffset(slot);
+    const std::uint64_t size = item.storedSize();
+    if (offset == 0 || size > item.allotted() || offset + size > repository->sizeBytes()) {
+        *why = "its copy (slot " + std::to_string(slot) + ", " + std::to_string(size) + " bytes at offset " +
+               std::to_string(offset) + ") lies outside its space";
+        return -1;
+    }
+    bytes->assign(static_cast<std::size_t>(size), '\0');
+    errno = 0;
+    if (size != 0 && (::fseeko(repository->device(), static_cast<off_t>(areaSector(*repository, offset) * kSectorSize),
+                               SEEK_SET) != 0 ||
+                      std::fread(bytes->data(), 1, bytes->size(), repository->device()) != bytes->size())) {
+        *why = "its copy is short: " + std::to_string(size) + " bytes cannot be read from " +
+               repository->devicePath() + (errno != 0 ? std::string(": ") + std::strerror(errno) : "");
+        return -1;
+    }
+    return 0;
+} catch (const std::bad_alloc&) {
+    *why = std::strerror(ENOMEM);
+    return -1;
+}
+
+bool isCompressedCopy(std::string_view bytes) noexcept {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(bytes[at]); };
+    return bytes.size() >= 2 && byte(0) == 0x1F && byte(1) == 0x8B;
+}
+
+int uncompressCopy(std::string_view compressed, std::string* plain, std::string* why) noexcept try {
+    z_stream stream{};
+    // 16 + MAX_WBITS: the gzip framing, as the store's compressor writes it.
+    if (inflateInit2(&stream, 16 + MAX_WBITS) != Z_OK) {
+        *why = "the decompressor cannot start";
+        return -1;
+    }
+    plain->clear();
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(compressed.data()));
+    stream.avail_in = static_cast<uInt>(compressed.size());
+    char chunk[64 * 1024];
+    int status = Z_OK;
+    while (status == Z_OK) {
+        stream.next_out = reinterpret_cast<Bytef*>(chunk);
+        stream.avail_out = sizeof chunk;
+        status = inflate(&stream, Z_NO_FLUSH);
+        plain->append(chunk, sizeof chunk - stream.avail_out);
+        if (status == Z_BUF_ERROR && stream.avail_in == 0) break;  // the input ended before the stream did
+    }
+    inflateEnd(&stream);
+    if (status != Z_STREAM_END) {
+        *why = status == Z_BUF_ERROR ? "its compressed copy is cut short" : "its compressed copy is damaged";
+        return -1;
+    }
+    return 0;
+} catch (const std::bad_alloc&) {
+    *why = std::strerror(ENOMEM);
+    return -1;
 }
 
 }  // namespace host

@@ -165,11 +165,27 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
 int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, const ItemSection& from,
                                  ItemSection* to) noexcept;
 
-/// Runs "/bin/gzip -c9" on `path` into `path` + ".gz". 0 when the result exists.
+/// Runs "/bin/gzip -c9" on `path` into a new `path` + ".gz" (whatever had
+/// that name is removed first; the result is never written through a link).
+/// 0 when the result exists.
 int CFGREPOSITORY_gzipFile(const char* path) noexcept;
 
 /// Removes `path`; remove's result.
 int CFGREPOSITORY_rmFile(const char* path) noexcept;
+
+/// The copy of `item` written last, as it lies in the store (compressed when
+/// the file was too big for its space). 0, or -1 with `*why` saying what is
+/// wrong: nothing written yet, the slot marked bad, a size or area outside
+/// the store, or a device too short to hold it (with the system's reason).
+int readLastCopy(Repository* repository, const ItemSection& item, std::string* bytes, std::string* why) noexcept;
+
+/// Whether a stored copy is compressed: the store compresses with gzip,
+/// whose output starts with bytes no configuration file starts with.
+bool isCompressedCopy(std::string_view bytes) noexcept;
+
+/// The file a compressed copy was made of. 0, or -1 with `*why` when the
+/// copy is damaged or cut short.
+int uncompressCopy(std::string_view compressed, std::string* plain, std::string* why) noexcept;
 
 /// Deposits `filename` in the store of `baseDir` under `saveAs` (or its own
 /// name), and for the main configuration file also under that name + ".org".

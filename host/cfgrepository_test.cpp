@@ -382,6 +382,24 @@ std::string gunzip(const std::string& packed, const Store& store) {
     return readFile(out);
 }
 
+// The compressed copy's name is predictable: a link planted there, to a file
+// or to nowhere, is removed, never written through.
+TEST(CfgRepository, CompressedCopyIsANewFile) {
+    TempDir dir;
+    const std::string src = dir.file("nimbra.conf_to_Be_7");
+    writeFile(src, "<SANConfig/>");
+    writeFile(dir.file("victim"), "keep me");
+    for (const char* linked : {"victim", "nowhere"}) {
+        SCOPED_TRACE(linked);
+        ASSERT_EQ(::symlink(dir.file(linked).c_str(), (src + ".gz").c_str()), 0);
+        ASSERT_EQ(CFGREPOSITORY_gzipFile(src.c_str()), 0);
+        EXPECT_EQ(::system(("/bin/gzip -dc " + src + ".gz | cmp -s - " + src).c_str()), 0);
+        EXPECT_EQ(readFile(dir.file("victim")), "keep me");
+        EXPECT_NE(::access(dir.file("nowhere").c_str(), F_OK), 0);
+        std::filesystem::remove(src + ".gz");
+    }
+}
+
 TEST(CfgRepository, OversizedMainConfigIsCompressedAndCopiedToOrg) {
     Store store(40 + 2 * 30720 + 8, 1);
     std::string text;

@@ -136,7 +136,7 @@ void kxRemoveSem(int semid) noexcept {
     xml::logNotice(2, KXSEM_TAG("kxRemoveSem"), "Semaphore removed");
 }
 
-int kxRemoveAllSem() noexcept {
+int kxRemoveAllSem(RemovedSem removed, void* context) noexcept {
     const std::string keysPath = semaphoreKeysPath();
     if (std::FILE* keys = std::fopen(keysPath.c_str(), "rt")) {
         xml::logNotice(1, KXSEM_TAG("kxRemoveAllSem"), "removing sem keys");
@@ -146,6 +146,7 @@ int kxRemoveAllSem() noexcept {
             if (std::sscanf(line, "%x", &key) != 1) continue;
             const int semid = kxOpenSem(static_cast<SemKey>(key));
             if (semid >= 0) kxRemoveSem(semid);
+            if (removed != nullptr) removed(static_cast<SemKey>(key), semid, context);
         }
         std::fclose(keys);
     }

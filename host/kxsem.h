@@ -33,9 +33,13 @@ int kxUnlockSem(int semid, bool wait) noexcept;
 /// Removes the set; failures are not reported.
 void kxRemoveSem(int semid) noexcept;
 
+/// Told of each key of the keys file: the id of the set removed for it, or
+/// -1 when no set had that key.
+using RemovedSem = void (*)(SemKey key, int semid, void* context);
+
 /// Removes every set listed in the keys file, then the keys file.
 /// Returns the result of removing the file (0, or -1 when it was not there).
-int kxRemoveAllSem() noexcept;
+int kxRemoveAllSem(RemovedSem removed = nullptr, void* context = nullptr) noexcept;
 
 /// Sets the permission bits of the set from an octal text ("0600").
 /// Returns 0, or -1 when the set's status cannot be read.

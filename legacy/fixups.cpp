@@ -60,9 +60,10 @@ void sortAdapters(SANBridge& bridge) {
 
 // A device without an owner takes the owner of the physical device its
 // sedPDGuid names (the first with that guid, adapters in sorted order), else
-// the bridge's name. Copy-manager devices keep theirs.
+// the bridge's name. Copy-manager devices keep theirs. A bridge with name=""
+// still fills from the linked devices; only one without a name skips it.
 void fillOwners(SANBridge& bridge) {
-    if (isEmpty(bridge.name)) return;
+    if (!bridge.name) return;
     std::unordered_map<std::string_view, const model::PhysicalDev*> unitsByGuid;
     for (const PhysicalAdapter& adapter : bridge.physicalResources.physicalAdapters) {
         for (const model::PhysicalDev& unit : adapter.physicalDevs) {

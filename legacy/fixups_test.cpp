@@ -89,7 +89,8 @@ TEST(Fixups40, OwnerFill) {
         {"an owner is kept", "nb", R"(<VirtualDev sedPDGuid="g1" owner="mine"/>)", "mine"},
         {"copy-manager devices are left", "nb", R"(<VirtualDev type="CopyManager" sedPDGuid="g1"/>)", nullptr},
         {"no bridge name, nothing", nullptr, R"(<VirtualDev sedPDGuid="g1"/>)", nullptr},
-        {"an empty bridge name, nothing", "", R"(<VirtualDev sedPDGuid="g1"/>)", nullptr},
+        {"an empty bridge name still takes the linked owner", "", R"(<VirtualDev sedPDGuid="g1"/>)", "early"},
+        {"an empty bridge name, no link: stays empty", "", R"(<VirtualDev sedPDGuid="zz"/>)", nullptr},
     };
     const char* const lists[] = {"SANResources", "ReplicaResources", "SystemResources"};
     for (const Row& row : rows) {

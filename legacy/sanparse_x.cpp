@@ -59,7 +59,9 @@ const model::Schema kSchema40{&lookupAttribute40, &findElement40, &parserFor40, 
 
 }  // namespace
 
-std::unique_ptr<SANBridge> readBridge40(const char* text, std::size_t length) noexcept {
+const model::LayoutBase* layout40(int number) noexcept { return parserFor40(number); }
+
+std::unique_ptr<SANBridge> readBridge40(const char* text, std::size_t length, model::ReadObserver* observer) noexcept {
     std::unique_ptr<xml::TokenStream> ts;
     try {
         ts = xml::TokenStream::onMemory(text, length);
@@ -67,6 +69,7 @@ std::unique_ptr<SANBridge> readBridge40(const char* text, std::size_t length) no
     }
     if (ts == nullptr) return nullptr;
     model::ParseContext ctx{*ts, kSchema40};
+    ctx.observer = observer;
     // Unlike the 4.5 reader, a document without any bridge is not reported.
     return model::readDocument(ctx, kSANBridge40, kParseErrorBridge, model::WhenNone::Silent);
 }

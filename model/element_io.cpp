@@ -100,8 +100,9 @@ void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
 // is remembered for the next element of the layout (the table never changes,
 // so the same bytes give the same answer); a name not found is not, as a table
 // that could not be built for lack of memory is built again on the next look-up.
-const AttrSpec* attributeNamed(ParseContext& ctx, const LayoutBase& layout, std::uint32_t position,
-                               const xml::NameKey& key) {
+// Inlined into both forms of the attribute loop, as it was into the one.
+[[gnu::always_inline]] inline const AttrSpec* attributeNamed(ParseContext& ctx, const LayoutBase& layout,
+                                                             std::uint32_t position, const xml::NameKey& key) {
     RememberedName& seen = ctx.names[(static_cast<std::uint32_t>(layout.element) * 8 + position) % ctx.names.size()];
     if (seen.layout == &layout && seen.position == position && seen.hash == key.hash && seen.length == key.length &&
         (key.length == 0 || std::memcmp(seen.bytes, key.data, key.length) == 0)) {
@@ -123,7 +124,24 @@ const AttrSpec* attributeNamed(ParseContext& ctx, const LayoutBase& layout, std:
 
 enum class AttrLoop : std::uint8_t { Children, Complete, Failed };
 
+void observeAttribute(ParseContext& ctx, const LayoutBase& layout, const xml::Token& name, const AttrSpec* spec,
+                      std::string_view value, unsigned long line) {
+    const std::string_view text = cString(name.payload());
+    const int id = spec != nullptr ? spec->id : ctx.schema.lookupAttribute(name.nameKey());
+    ctx.observer->attribute(layout, text, id, spec, value, line);
+}
+
+// The record is complete; a listener sees it before the layout's hook changes it.
+// The reading functions below take `kObserved` as a parameter so that the
+// reader without a listener is compiled without any of the listener's code.
+template <bool kObserved>
+void finishElement(ParseContext& ctx, const LayoutBase& layout, void* record) {
+    if constexpr (kObserved) ctx.observer->elementRead(layout, record);
+    if (layout.finish != nullptr) layout.finish(layout, record);
+}
+
 // The attributes of a start tag, through its ">" or "/>".
+template <bool kObserved>
 AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* record) {
     xml::TokenStream& ts = ctx.ts;
     for (std::uint32_t position = 0;; ++position) {
@@ -142,19 +160,31 @@ AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* recor
         // before the value is taken because a token's text does not outlive
         // the next two tokens; the outcome is that of either order.
         const AttrSpec* spec = attributeNamed(ctx, layout, position, token.nameKey());
+        // The name's own line: the lexer's line is where the token began,
+        // before the white space in front of the name.
+        const unsigned long line = kObserved ? ts.lexer().sourceLine() : 0;
         if (layout.order == ReadOrder::ValueFirst) {
             xml::Token value = xml::readValueToken(ts);
             if (!value) return AttrLoop::Failed;
             if (spec != nullptr) storeValue(*spec, record, value, ctx.schema);
-        } else if (spec != nullptr) {
-            readTyped(*spec, record, ctx);
-            if (ts.failed()) return AttrLoop::Failed;
+            if constexpr (kObserved) observeAttribute(ctx, layout, token, spec, value.payload(), line);
+        } else {
+            // Name-first: "=" and the value of an unknown name come round as
+            // names of their own, which are no attributes to tell about.
+            if constexpr (kObserved) {
+                if (token.type() == xml::Tok::Attribute) observeAttribute(ctx, layout, token, spec, {}, line);
+            }
+            if (spec != nullptr) {
+                readTyped(*spec, record, ctx);
+                if (ts.failed()) return AttrLoop::Failed;
+            }
         }
     }
 }
 
 // Dispatches the child element whose start tag was peeked. False when the
 // parent has to be released (a list could not grow).
+template <bool kObserved>
 bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::Token& start) {
     xml::TokenStream& ts = ctx.ts;
     const ElementName* entry = ctx.schema.findElement(start.nameKey());
@@ -162,6 +192,10 @@ bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::T
     // Unknown, without a parser, or nested too deep: drop the start tag alone,
     // so that its content is read as content of this element.
     if (parser == nullptr || ctx.depth >= kMaxNesting) {
+        if constexpr (kObserved) {
+            ctx.observer->elementSkipped(cString(start.payload()), entry != nullptr ? entry->number : -1,
+                                         ts.lexer().line());
+        }
         ts.skip();
         return true;
     }
@@ -176,6 +210,9 @@ bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::T
         outcome = parser->parseAndDiscard(ctx, *parser, entry->name) ? ChildOutcome::Kept : ChildOutcome::Failed;
     }
     --ctx.depth;
+    if constexpr (kObserved) {
+        if (outcome == ChildOutcome::Kept) ctx.observer->childPlaced(spec);
+    }
     switch (outcome) {
     case ChildOutcome::Kept:
         return true;
@@ -189,6 +226,7 @@ bool readChild(ParseContext& ctx, const LayoutBase& layout, void* record, xml::T
     return true;
 }
 
+template <bool kObserved>
 bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) {
     xml::TokenStream& ts = ctx.ts;
     if (layout.prepare != nullptr) layout.prepare(layout, record);
@@ -197,11 +235,11 @@ bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, cons
     // straight to the children.
     const xml::Token open = ts.next();
     if (open && open.type() == xml::Tok::StartTagOpen) {
-        switch (readAttributes(ctx, layout, record)) {
+        switch (readAttributes<kObserved>(ctx, layout, record)) {
         case AttrLoop::Failed:
             return false;
         case AttrLoop::Complete:
-            if (layout.finish != nullptr) layout.finish(layout, record);
+            finishElement<kObserved>(ctx, layout, record);
             return true;
         case AttrLoop::Children:
             break;
@@ -211,7 +249,10 @@ bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, cons
     std::string* text = isTextForm(layout.form) ? static_cast<std::string*>(record) : nullptr;
     for (;;) {
         xml::Token token = ts.peek();
-        if (!token || token.type() == xml::Tok::Eof) break;
+        if (!token || token.type() == xml::Tok::Eof) {
+            if constexpr (kObserved) ctx.observer->inputEnded(ts.lexer().line());
+            break;
+        }
         const xml::Tok type = token.type();
         if (type == xml::Tok::EndTag) {
             // Deliberate: the compare runs over the end tag's length, so an end
@@ -222,15 +263,22 @@ bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, cons
             continue;
         }
         if (isStartTag(type)) {
-            if (!readChild(ctx, layout, record, token)) return false;
+            if (!readChild<kObserved>(ctx, layout, record, token)) return false;
             continue;
         }
         // Character data of a text element is kept as it stands: it is
         // never entity-decoded.
         if (text != nullptr && type == xml::Tok::Content) text->append(cString(token.payload()));
+        if constexpr (kObserved) {
+            // An attribute-less empty tag is never parsed; one of a name the
+            // layout does not know is worth telling about all the same.
+            if (type == xml::Tok::EmptyTag && ctx.schema.findElement(token.nameKey()) == nullptr) {
+                ctx.observer->elementSkipped(cString(token.payload()), -1, ts.lexer().line());
+            }
+        }
         ts.skip();
     }
-    if (layout.finish != nullptr) layout.finish(layout, record);
+    finishElement<kObserved>(ctx, layout, record);
     return true;
 }
 
@@ -324,15 +372,35 @@ void writeEndTag(writer::XmlSink& out, const LayoutBase& layout) {
 
 }  // namespace
 
-bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept {
+namespace {
+
+template <bool kObserved>
+bool readElementCatching(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept {
     try {
-        return readElement(ctx, layout, record, openName);
+        return readElement<kObserved>(ctx, layout, record, openName);
     } catch (const std::bad_alloc&) {
         // Whatever this element could not allocate for itself (a child's own
         // failures are settled inside the child).
         ctx.ts.fail(layout.allocFailure.c_str());
         return false;
     }
+}
+
+// Out of line, so that the reader without a listener carries none of it.
+[[gnu::noinline]] bool readObserved(ParseContext& ctx, const LayoutBase& layout, void* record,
+                                    const char* openName) noexcept {
+    // The start tag was peeked last, so the lexer's line is where it begins.
+    ctx.observer->elementStarted(layout, ctx.ts.lexer().line());
+    const bool yielded = readElementCatching<true>(ctx, layout, record, openName);
+    ctx.observer->elementEnded(layout, yielded, yielded ? nullptr : ctx.ts.error());
+    return yielded;
+}
+
+}  // namespace
+
+bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, const char* openName) noexcept {
+    if (ctx.observer != nullptr) [[unlikely]] return readObserved(ctx, layout, record, openName);
+    return readElementCatching<false>(ctx, layout, record, openName);
 }
 
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
@@ -417,6 +485,14 @@ void writeBridgeList(writer::XmlSink& out, const LayoutBase& layout, const void*
     out.write("</SANConfig>");
 }
 
+void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& visitor, bool absent) {
+    visitor.element(layout, record, absent);
+    for (const ChildSpec& spec : layout.children) {
+        if (spec.visit != nullptr) spec.visit(spec, spec.field(const_cast<void*>(record)), visitor);
+    }
+    visitor.leave(layout);
+}
+
 namespace detail {
 void newLineBefore(writer::XmlSink& out) { out.newLine(); }
 }  // namespace detail
@@ -438,6 +514,10 @@ TopLevel nextTopLevel(ParseContext& ctx, int target, const ElementName** entry) 
     // any wrapper (SANConfig, SANBridgeList) are met by the loop; a known one
     // is parsed and released, and one that yields no record drops one token.
     const LayoutBase* parser = found != nullptr ? ctx.schema.parserFor(found->number) : nullptr;
+    if (parser == nullptr && ctx.observer != nullptr) [[unlikely]] {
+        ctx.observer->elementSkipped(cString(token.payload()), found != nullptr ? found->number : -1,
+                                     ctx.ts.lexer().line());
+    }
     bool parsed = false;
     if (parser != nullptr) {
         ++ctx.depth;

@@ -7,6 +7,7 @@
 
 #include "model/attr_names.h"
 #include "model/layout.h"
+#include "model/read_observer.h"
 #include "xml/token_stream.h"
 
 // The generic reader and writer that walk element layouts (model/layout.h),
@@ -43,6 +44,7 @@ struct ParseContext {
     xml::TokenStream& ts;
     const Schema& schema;
     int depth = 0;  // known elements being parsed, the outermost counting 1
+    ReadObserver* observer = nullptr;  // told what is read and passed over; null: nobody listens
     std::array<RememberedName, 128> names{};
 };
 
@@ -72,7 +74,10 @@ std::unique_ptr<R> readDocument(ParseContext& ctx, const Layout<R>& target, cons
     for (;;) {
         const ElementName* entry = nullptr;
         const TopLevel next = nextTopLevel(ctx, target.element, &entry);
-        if (next == TopLevel::End) break;
+        if (next == TopLevel::End) {
+            if (ctx.observer != nullptr) ctx.observer->documentEnded(ctx.ts.lexer().depth(), ctx.ts.lexer().line());
+            break;
+        }
         if (next == TopLevel::Other) continue;
         std::unique_ptr<R> record(new (std::nothrow) R{});
         bool parsed = false;

@@ -147,9 +147,16 @@ enum class ChildOutcome : std::uint8_t {
     GrowthFailed,  // the list could not grow: the parent is released
 };
 
-/// Called with each record a child field holds; a text element's record is
-/// a std::string_view of its characters.
-using RecordVisit = void (*)(void* context, const void* record, std::size_t index);
+/// Told of every element the writer would write for a record, in written order.
+class ElementVisitor {
+public:
+    virtual ~ElementVisitor() = default;
+    /// `record` is written with `layout`; `absent`: no record is held, and
+    /// an empty one is written in its place.
+    virtual void element(const LayoutBase& layout, const void* record, bool absent) = 0;
+    /// Told when everything written inside that element has been told.
+    virtual void leave(const LayoutBase& layout) { static_cast<void>(layout); }
+};
 
 struct ChildSpec {
     const LayoutBase* layout;                   // read and written with this one,
@@ -162,9 +169,7 @@ struct ChildSpec {
     ChildOutcome (*parse)(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName);
     void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);  // null: read only
     bool (*present)(const ChildSpec& spec, const void* field);                        // null: read only
-    /// Visits the records the writer writes, in order (an absent child that is
-    /// always written as the empty record it is written as).
-    void (*forEach)(const void* field, RecordVisit visit, void* context);
+    void (*visit)(const ChildSpec& spec, const void* field, ElementVisitor& visitor) = nullptr;  // null: not written
 
     /// The layout of element `number` if this child accepts it, else null.
     const LayoutBase* accepts(int number) const noexcept;
@@ -188,7 +193,7 @@ struct LayoutBase {
     bool (*parseAndDiscard)(ParseContext& ctx, const LayoutBase& layout, const char* openName);
     PaddedName openTag;   // `<Name`
     PaddedName closeTag;  // `</Name>`
-    const void* (*blank)();  // a freshly made record (a text element's: an empty view)
+    const void* (*blank)();  // a freshly made record
 
     const AttrSpec* attribute(int id) const noexcept {
         for (const AttrSpec& spec : attrs) {
@@ -217,6 +222,10 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 bool attributeWritten(const AttrSpec& spec, const void* record) noexcept;
 /// The attribute's value as the writer writes it, without name or quotes.
 void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record);
+
+/// Tells `visitor` of the element `record` is written as and of everything
+/// written inside it, as the writer would write them.
+void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& visitor, bool absent = false);
 
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
@@ -274,13 +283,8 @@ private:
         return parseElement(ctx, layout, &record, openName);
     }
     static const void* blankRecord() {
-        if constexpr (std::is_same_v<R, std::string>) {
-            static const std::string_view empty;
-            return &empty;
-        } else {
-            static const R blank{};
-            return &blank;
-        }
+        static const R blank{};
+        return &blank;
     }
 };
 
@@ -421,39 +425,39 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
     }
 }
 
-// What forEach hands on: a text element's characters as a view, any other
-// record as it is.
-template <class R>
-void visitRecord(RecordVisit visit, void* context, const R& record, std::size_t index) {
-    if constexpr (std::is_same_v<R, std::string> || std::is_same_v<R, TextView>) {
-        const std::string_view text = record;
-        visit(context, &text, index);
+// The record an optional field holds; a text-content element is told of its field.
+template <class F>
+const void* heldRecord(const F& value) {
+    if constexpr (std::is_same_v<F, Text>) {
+        return &value;
     } else {
-        visit(context, &record, index);
+        return &*value;
     }
 }
+
 template <class C>
-void eachSingle(const void* field, RecordVisit visit, void* context) {
-    visitRecord(visit, context, *static_cast<const C*>(field), 0);
+void visitSingle(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    visitElement(*spec.layout, field, visitor);
 }
 template <class F>
-void eachOptional(const void* field, RecordVisit visit, void* context) {
+void visitOptional(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
     const auto& value = *static_cast<const F*>(field);
-    if (value) visitRecord(visit, context, *value, 0);
+    if (!value) return;
+    if (const LayoutBase* layout = chosen(spec, pickedRecord(value))) visitElement(*layout, heldRecord(value), visitor);
 }
 template <class F>
-void eachOptionalAlways(const void* field, RecordVisit visit, void* context) {
+void visitOptionalAlways(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
     const auto& value = *static_cast<const F*>(field);
     if (value) {
-        visitRecord(visit, context, *value, 0);
+        visitElement(*spec.layout, heldRecord(value), visitor);
     } else {
-        visitRecord(visit, context, typename F::value_type{}, 0);
+        const typename F::value_type empty{};
+        visitElement(*spec.layout, &empty, visitor, true);
     }
 }
 template <class C>
-void eachRepeated(const void* field, RecordVisit visit, void* context) {
-    const auto& items = *static_cast<const std::vector<C>*>(field);
-    for (std::size_t i = 0; i < items.size(); ++i) visitRecord(visit, context, items[i], i);
+void visitRepeated(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
+    for (const C& record : *static_cast<const std::vector<C>*>(field)) visitElement(*spec.layout, &record, visitor);
 }
 
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
@@ -541,7 +545,7 @@ ChildSpec single(const Layout<detail::FieldOf<M>>& layout) {
     using C = detail::FieldOf<M>;
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Single, 0, &detail::fieldOf<M>,
                      &detail::parseSingle<C>, &detail::writeSingle<C>, &detail::alwaysPresent,
-                     &detail::eachSingle<C>};
+                     &detail::visitSingle<C>};
 }
 template <auto M>
 ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
@@ -549,7 +553,7 @@ ChildSpec optional(const Layout<typename detail::FieldOf<M>::value_type>& layout
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Optional, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
-                     &detail::eachOptional<F>};
+                     &detail::visitOptional<F>};
 }
 template <auto M>
 ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) {
@@ -557,7 +561,7 @@ ChildSpec always(const Layout<typename detail::FieldOf<M>::value_type>& layout) 
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::OptionalAlways, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<F>, &detail::writeOptionalAlways<F>, &detail::alwaysPresent,
-                     &detail::eachOptionalAlways<F>};
+                     &detail::visitOptionalAlways<F>};
 }
 template <auto M>
 ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout, int step = 32) {
@@ -565,7 +569,7 @@ ChildSpec repeated(const Layout<typename detail::FieldOf<M>::value_type>& layout
     static_assert(std::is_same_v<detail::FieldOf<M>, std::vector<C>>);
     return ChildSpec{&layout, nullptr, 0, nullptr, Store::Repeated, step, &detail::fieldOf<M>,
                      &detail::parseRepeated<C>, &detail::writeRepeated<C>, &detail::repeatedPresent<C>,
-                     &detail::eachRepeated<C>};
+                     &detail::visitRepeated<C>};
 }
 /// An optional child that is any one of `layouts` (all of the field's record
 /// type); `pick` names the one to write, or -1 for none.
@@ -575,7 +579,7 @@ ChildSpec optionalOneOf(const LayoutBase* const (&layouts)[N], int (*pick)(const
     static_assert(detail::isOptionalField<F>);
     return ChildSpec{nullptr, layouts, static_cast<int>(N), pick, Store::Optional, 0, &detail::fieldOf<M>,
                      &detail::parseOptional<F>, &detail::writeOptional<F>, &detail::optionalPresent<F>,
-                     &detail::eachOptional<F>};
+                     &detail::visitOptional<F>};
 }
 
 }  // namespace child

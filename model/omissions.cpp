@@ -68,55 +68,47 @@ const LayoutBase* writtenChild(const LayoutBase& parent, int number) {
     return nullptr;
 }
 
-bool hasContent(const LayoutBase& layout, const void* record);
+// Counts the elements a record is written as, and whether any of them has
+// an attribute written otherwise than in a fresh record of its own.
+class ContentProbe final : public ElementVisitor {
+public:
+    std::size_t elements = 0;
+    bool attributesDiffer = false;
 
-struct ContentProbe {
-    const ChildSpec& spec;
-    bool found = false;
+    void element(const LayoutBase& layout, const void* record, bool absent) override {
+        ++elements;
+        if (absent || attributesDiffer) return;
+        const void* blank = layout.blank();
+        for (const AttrSpec& spec : layout.attrs) {
+            if (spec.when != WriteIf::Never && writtenDifferently(spec, record, blank)) attributesDiffer = true;
+        }
+    }
 };
 
-void probeChild(void* context, const void* record, std::size_t) {
-    auto& probe = *static_cast<ContentProbe*>(context);
-    const LayoutBase* layout = detail::chosen(probe.spec, record);
-    if (!probe.found && layout != nullptr) probe.found = hasContent(*layout, record);
-}
-
-// Whether the record is written otherwise than a fresh one.
+// Whether the record is written otherwise than a fresh one: with other
+// attribute values, or with more elements (an optional or listed child).
 bool hasContent(const LayoutBase& layout, const void* record) {
-    if (isTextForm(layout.form)) {
-        const std::string_view text = *static_cast<const std::string_view*>(record);
-        return !text.empty() && text[0] != '\0';
-    }
-    for (const AttrSpec& spec : layout.attrs) {
-        if (spec.when != WriteIf::Never && writtenDifferently(spec, record, layout.blank())) return true;
-    }
-    for (const ChildSpec& spec : layout.children) {
-        if (spec.write == nullptr) continue;
-        const void* field = spec.field(const_cast<void*>(record));
-        if (spec.store == Store::Optional || spec.store == Store::Repeated) {
-            if (spec.present(spec, field)) return true;
-            continue;
-        }
-        ContentProbe probe{spec};
-        spec.forEach(field, &probeChild, &probe);
-        if (probe.found) return true;
-    }
-    return false;
+    ContentProbe written;
+    visitElement(layout, record, written);
+    if (written.attributesDiffer) return true;
+    ContentProbe fresh;
+    visitElement(layout, layout.blank(), fresh);
+    return written.elements != fresh.elements;
 }
 
 }  // namespace
 
 void OmissionFinder::add(OmissionKind kind, const char* name, const char* attribute, std::string value) {
     std::string path;
-    for (const Step& step : path_) {
+    for (const Frame& step : path_) {
         if (!path.empty()) path += '/';
-        path += step.name;
+        path += step.layout->name;
         if (step.position != 0) path += '[' + std::to_string(step.position) + ']';
     }
     out_.push_back(Omission{kind, name, attribute, std::move(path), std::move(value)});
 }
 
-void OmissionFinder::walk(const LayoutBase& layout, const LayoutBase& other, const void* record) {
+void OmissionFinder::compare(const LayoutBase& layout, const LayoutBase& other, const void* record) {
     const void* blank = layout.blank();
     for (const AttrSpec& spec : layout.attrs) {
         if (spec.when == WriteIf::Never) continue;
@@ -137,38 +129,42 @@ void OmissionFinder::walk(const LayoutBase& layout, const LayoutBase& other, con
         add(OmissionKind::Attribute, spec.name, nullptr,
             text.text ? std::string(text.text.get(), static_cast<std::size_t>(text.length)) : std::string());
     }
-
-    struct Context {
-        OmissionFinder& finder;
-        const ChildSpec& spec;
-        const LayoutBase& other;
-    };
-    for (const ChildSpec& spec : layout.children) {
-        if (spec.write == nullptr) continue;
-        Context context{*this, spec, other};
-        spec.forEach(
-            spec.field(const_cast<void*>(record)),
-            [](void* raw, const void* child, std::size_t index) {
-                auto& c = *static_cast<Context*>(raw);
-                const LayoutBase* childLayout = detail::chosen(c.spec, child);
-                if (childLayout == nullptr) return;
-                const std::size_t position = c.spec.store == Store::Repeated ? index + 1 : 0;
-                const LayoutBase* counterpart = writtenChild(c.other, childLayout->element);
-                if (counterpart == nullptr) {
-                    const bool alwaysWritten = c.spec.store == Store::Single || c.spec.store == Store::OptionalAlways;
-                    if (alwaysWritten && !hasContent(*childLayout, child)) return;
-                    c.finder.enter(childLayout->name, position);
-                    c.finder.add(OmissionKind::Element, childLayout->name, nullptr, {});
-                    c.finder.leave();
-                    return;
-                }
-                if (isTextForm(childLayout->form)) return;
-                c.finder.enter(childLayout->name, position);
-                c.finder.walk(*childLayout, *counterpart, child);
-                c.finder.leave();
-            },
-            &context);
-    }
 }
+
+void OmissionFinder::element(const LayoutBase& layout, const void* record, bool absent) {
+    if (path_.empty()) {
+        path_.push_back({&layout, &other_, 0});
+        compare(layout, other_, record);
+        return;
+    }
+    Frame& parent = path_.back();
+    // Siblings from one list are told one after the other.
+    parent.lastCount = parent.lastChild == &layout ? parent.lastCount + 1 : 1;
+    parent.lastChild = &layout;
+    const LayoutBase* found = nullptr;
+    const ChildSpec* spec = parent.layout->child(layout.element, &found);
+    const Store store = spec != nullptr ? spec->store : Store::Single;
+    const std::size_t position = store == Store::Repeated ? parent.lastCount : 0;
+    if (parent.other == nullptr) {
+        path_.push_back({&layout, nullptr, position});
+        return;
+    }
+    const LayoutBase* counterpart = writtenChild(*parent.other, layout.element);
+    if (counterpart == nullptr && regroup_ != nullptr && (counterpart = regroup_(layout.element)) != nullptr) {
+        path_.push_back({&layout, counterpart, position});  // its children are compared, not it
+        return;
+    }
+    path_.push_back({&layout, counterpart, position});
+    if (counterpart == nullptr) {
+        const bool alwaysWritten = store == Store::Single || store == Store::OptionalAlways;
+        if (!alwaysWritten || (!absent && hasContent(layout, record))) {
+            add(OmissionKind::Element, layout.name, nullptr, {});
+        }
+        return;
+    }
+    if (!isTextForm(layout.form)) compare(layout, *counterpart, record);
+}
+
+void OmissionFinder::leave(const LayoutBase&) { path_.pop_back(); }
 
 }  // namespace model

@@ -23,38 +23,45 @@ struct Omission {
     std::string value;      // Attribute: its value as written; else empty
 };
 
-/// Walks records written with one layout beside the layout that would write
-/// them instead (`other`), and appends to a list what `other` leaves out:
+/// Visits what one layout writes (visitElement) beside the layout that would
+/// write it instead (`other`, that of the element visited first), and appends
+/// to a list what `other` leaves out:
 /// - an attribute `other` does not write, whose written value differs from
 ///   that of a freshly made record (so content that only restates the
 ///   defaults counts as nothing);
 /// - an enumerated value `other` spells differently (it lacks the spelling);
 /// - a child element `other` does not write: each one written when it is
-///   optional or repeated, one that is always written only when it differs
-///   from a fresh one.
-/// Everything else is walked child by child, with the matching child layout
-/// of `other`. Throws std::bad_alloc.
-class OmissionFinder {
+///   optional or repeated, one that is always written only when it is
+///   written otherwise than a fresh one (text content is not compared).
+/// Every other element is compared with the child layout of `other` that
+/// writes it. `regroup`, when given, names for an element that `other` has no
+/// place for the layout of `other` that holds its children instead (a list
+/// the other layout spreads over other elements); it is then not left out.
+/// Throws std::bad_alloc.
+class OmissionFinder final : public ElementVisitor {
 public:
-    explicit OmissionFinder(std::vector<Omission>& out) : out_(out) {}
+    OmissionFinder(const LayoutBase& other, std::vector<Omission>& out,
+                   const LayoutBase* (*regroup)(int element) = nullptr)
+        : other_(other), out_(out), regroup_(regroup) {}
 
-    /// The element path of the next walk: `name`, and its position (from 1)
-    /// when it is one of a list. Left with leave().
-    void enter(const char* name, std::size_t position = 0) { path_.push_back({name, position}); }
-    void leave() noexcept { path_.pop_back(); }
-
-    /// `record`, written with `layout`, against `other`; the path names the record.
-    void walk(const LayoutBase& layout, const LayoutBase& other, const void* record);
+    void element(const LayoutBase& layout, const void* record, bool absent) override;
+    void leave(const LayoutBase& layout) override;
 
 private:
-    struct Step {
-        const char* name;
-        std::size_t position;
+    struct Frame {
+        const LayoutBase* layout;
+        const LayoutBase* other;  // null: left out, or inside what was
+        std::size_t position;     // among the siblings of its spec, from 1; 0: not in a list
+        const LayoutBase* lastChild = nullptr;
+        std::size_t lastCount = 0;
     };
+    void compare(const LayoutBase& layout, const LayoutBase& other, const void* record);
     void add(OmissionKind kind, const char* name, const char* attribute, std::string value);
 
+    const LayoutBase& other_;
     std::vector<Omission>& out_;
-    std::vector<Step> path_;
+    const LayoutBase* (*regroup_)(int element);
+    std::vector<Frame> path_;
 };
 
 }  // namespace model

@@ -132,15 +132,14 @@ TEST(Downgrade, StatusesAndMessages) {
     const Row rows[] = {
         {{}, 2, "Usage: nbconf downgrade [-q] INPUT45 OUTPUT40\n"},
         {{"-q", in}, 2, "Usage: nbconf downgrade [-q] INPUT45 OUTPUT40\n"},
-        {{dir.file("none"), out}, 1,
-         "parse error SANBridge\nnbconf downgrade: cannot read " + dir.file("none") + ": No such file or directory\n"},
+        {{dir.file("none"), out}, 1, "nbconf: cannot open " + dir.file("none") + ": No such file or directory\n"},
         {{dir.file("not45.conf"), out}, 1,
-         "parse error SANBridge\nnbconf downgrade: cannot read " + dir.file("not45.conf") +
-             ": no SANBridge of the 4.5 layout could be read\n"},
+         "parse error SANBridge\nnbconf: " + dir.file("not45.conf") +
+             " does not parse: no SANBridge could be read from it\n"},
         {{in, dir.file("missing/out.conf")}, 1,
-         "Can't open lock file " + dir.file("missing/.out.conf.lock") + " - 2\nnbconf downgrade: cannot write " +
+         "Can't open lock file " + dir.file("missing/.out.conf.lock") + " - 2\nnbconf: cannot write " +
              dir.file("missing/out.conf") + ": No such file or directory\n"},
-        {{in, dir.file("sub")}, 1, "nbconf downgrade: cannot write " + dir.file("sub") + ": Is a directory\n"},
+        {{in, dir.file("sub")}, 1, "nbconf: cannot write " + dir.file("sub") + ": Is a directory\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.err);

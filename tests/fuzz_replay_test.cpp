@@ -19,6 +19,7 @@ const std::map<std::string, Entry> kTargets = {
     {"convert40", fuzz::convert40},
     {"lexer", fuzz::lexAll},
     {"read45", fuzz::read45AndWrite},
+    {"report", fuzz::reportUpgrade},
     {"repository_conf", fuzz::readRepositoryDescription},
 };
 

@@ -137,20 +137,4 @@ TEST(NbconfCheck, WritesTheDocumentBack) {
     EXPECT_EQ(out, expected);
 }
 
-TEST(NbconfCheck, FailsWithTheReadersMessage) {
-    const std::string path = ::testing::TempDir() + "no_bridge45.xml";
-    {
-        std::ofstream file(path);
-        file << "<SANConfig><SANBridgeList></SANBridgeList></SANConfig>";
-    }
-    const std::string command = std::string(NBCONF_BIN) + " check " + path + " 2>&1";
-    std::FILE* pipe = ::popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    char buffer[256] = "";
-    const std::size_t n = std::fread(buffer, 1, sizeof buffer - 1, pipe);
-    const int status = ::pclose(pipe);
-    EXPECT_EQ(std::string(buffer, n), "parse error SANBridge\n");
-    EXPECT_NE(status, 0);
-}
-
 }  // namespace

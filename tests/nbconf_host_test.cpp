@@ -1,36 +1,23 @@
 // The administrator's commands on stores and semaphores, run as the real program.
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/ipc.h>
 #include <sys/sem.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "host/cfgrepository.h"
+#include "tests/support/run_program.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+void spill(const fs::path& path, const std::string& text) { testing_support::writeFile(path, text); }
 
-void spill(const fs::path& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
+using Outcome = testing_support::ProgramResult;
 
 class NbconfHost : public ::testing::Test {
 protected:
@@ -44,11 +31,12 @@ protected:
     }
     void TearDown() override { fs::remove_all(dir_); }
 
+    // `args` are separated by single spaces (no path here has one).
     Outcome nbconf(const std::string& args) {
-        const std::string command = "NBHOME=" + (dir_ / "home").string() + " " + NBCONF_BIN + " " + args + " >" +
-                                    (dir_ / "out").string() + " 2>" + (dir_ / "err").string();
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir_ / "out"), slurp(dir_ / "err")};
+        std::vector<std::string> argv = {NBCONF_BIN};
+        std::istringstream words(args);
+        for (std::string word; words >> word;) argv.push_back(word);
+        return testing_support::runProgram(argv, {"NBHOME=" + (dir_ / "home").string()});
     }
 
     // An empty store with two copies per item and no owner.
@@ -105,10 +93,12 @@ TEST_F(NbconfHost, RepoFailures) {
         std::string err;
     };
     const Row rows[] = {
-        {"no store", "repo show " + base, 1, "nbconf: " + base + " has no .repository.conf\n"},
+        {"no store", "repo show " + base, 1,
+         "nbconf: cannot open " + base + "/.repository.conf: No such file or directory\n"},
         {"no store is not an error for a deposit", "repo add " + base + " /etc/hostname", 0, ""},
         {"unknown step", "repo frob " + base, 2,
-         "Usage: nbconf repo [--devices DIR] show BASE\n       nbconf repo [--devices DIR] add BASE FILE [NAME]\n"},
+         "Usage: nbconf repo [--devices DIR] show BASE\n       nbconf repo [--devices DIR] add BASE FILE [NAME]\n"
+         "       nbconf repo [--devices DIR] get BASE NAME OUT\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
@@ -117,9 +107,25 @@ TEST_F(NbconfHost, RepoFailures) {
         EXPECT_EQ(run.err, row.err);
     }
     makeStore();
-    const Outcome missing = nbconf("repo " + devices() + " add " + base + " " + (dir_ / "absent").string());
+    const std::string absent = (dir_ / "absent").string();
+    const Outcome missing = nbconf("repo " + devices() + " add " + base + " " + absent);
     EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.err, "nbconf: deposit of " + (dir_ / "absent").string() + " failed (see the system log)\n");
+    EXPECT_EQ(missing.err, "nbconf: cannot open " + absent + ": No such file or directory\n");
+
+    // Without NAME the file is stored under its path, as the writer stores a
+    // file under its target's path; when the store is full, its reasons,
+    // otherwise only in the system log, come first.
+    spill(dir_ / "src", "hello");
+    const std::string src = (dir_ / "src").string();
+    ASSERT_EQ(nbconf("repo " + devices() + " add " + base + " " + src).status, 0);
+    EXPECT_NE(nbconf("repo " + devices() + " show " + base).out.find("item 0 \"" + src + "\""), std::string::npos);
+    ASSERT_EQ(nbconf("repo " + devices() + " add " + base + " " + src + " two").status, 0);
+    const Outcome full = nbconf("repo " + devices() + " add " + base + " " + src + " three");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(full.err, "nbconf: MGT_ERROR: Not enough space to copy \"" + src +
+                            "\"! file_offset(2117632) max_file_size(1048576) repository_size(2150912)\n"
+                            "nbconf: CFGREPOSITORY_depositFile failed for \"" + src + "\" as \"three\".\n"
+                            "nbconf: " + src + " was not deposited as \"three\" in the store of " + base + "\n");
 }
 
 TEST_F(NbconfHost, SemRemoveAll) {
@@ -127,18 +133,22 @@ TEST_F(NbconfHost, SemRemoveAll) {
     const int semid = ::semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
     ASSERT_GE(semid, 0);
     char line[16];
-    std::snprintf(line, sizeof line, "%x\n", static_cast<unsigned int>(key));
-    spill(dir_ / "home/etc/.semaphorekeys", line);
+    std::snprintf(line, sizeof line, "0x%x", static_cast<unsigned int>(key));
+    spill(dir_ / "home/etc/.semaphorekeys", std::string(line + 2) + "\n1\n");  // key 1: no set
 
     const Outcome removed = nbconf("sem remove-all");
     EXPECT_EQ(removed.status, 0) << removed.err;
+    EXPECT_EQ(removed.out, "removed semaphore set " + std::to_string(semid) + " (key " + line + ")\n" +
+                               "no semaphore set for key 0x1\n" + "removed the keys file " +
+                               (dir_ / "home/etc/.semaphorekeys").string() + "\n");
     EXPECT_EQ(::semctl(semid, 0, GETVAL), -1) << "the set is gone";
     if (::semctl(semid, 0, GETVAL) != -1) ::semctl(semid, 0, IPC_RMID);
     EXPECT_FALSE(fs::exists(dir_ / "home/etc/.semaphorekeys"));
 
     const Outcome again = nbconf("sem remove-all");
     EXPECT_EQ(again.status, 1);
-    EXPECT_EQ(again.err, "nbconf: no keys file " + (dir_ / "home/etc/.semaphorekeys").string() + "\n");
+    EXPECT_EQ(again.err, "nbconf: cannot remove the keys file " + (dir_ / "home/etc/.semaphorekeys").string() +
+                             ": No such file or directory\n");
 }
 
 }  // namespace

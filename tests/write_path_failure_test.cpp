@@ -116,38 +116,33 @@ Result failWith(int error) {
     return static_cast<Result>(-1);
 }
 
+// Numbers the call `op` on `path`: fails it with `error`, or makes it and
+// then stops the process, when the recorder says so.
+template <typename Call>
+auto recorded(const char* op, const std::string& path, int error, Call call) {
+    if (gRec.begin(op, path)) return failWith<decltype(call())>(error);
+    const auto result = call();
+    gRec.end();
+    return result;
+}
+
 const xml::PosixOps kRecording = {
     [](const char* path, int flags, mode_t mode) {
-        if (gRec.begin("open", path)) return failWith<int>(flags & O_CREAT ? ENOSPC : EIO);
-        const int fd = real().open(path, flags, mode);
+        const int error = flags & O_CREAT ? ENOSPC : EIO;
+        const int fd = recorded("open", path, error, [&] { return real().open(path, flags, mode); });
         if (fd >= 0) gRec.fdPaths[fd] = path;
-        gRec.end();
         return fd;
     },
     [](int fd, const void* data, std::size_t size) {
-        if (gRec.begin("write", gRec.pathOf(fd))) return failWith<ssize_t>(ENOSPC);
-        const ssize_t n = real().write(fd, data, size);
-        gRec.end();
-        return n;
+        return recorded("write", gRec.pathOf(fd), ENOSPC, [&] { return real().write(fd, data, size); });
     },
     [](int fd, void* data, std::size_t size) {
-        if (gRec.begin("read", gRec.pathOf(fd))) return failWith<ssize_t>(EIO);
-        const ssize_t n = real().read(fd, data, size);
-        gRec.end();
-        return n;
+        return recorded("read", gRec.pathOf(fd), EIO, [&] { return real().read(fd, data, size); });
     },
     [](int fd, off_t offset, int whence) {
-        if (gRec.begin("lseek", gRec.pathOf(fd))) return failWith<off_t>(EIO);
-        const off_t at = real().lseek(fd, offset, whence);
-        gRec.end();
-        return at;
+        return recorded("lseek", gRec.pathOf(fd), EIO, [&] { return real().lseek(fd, offset, whence); });
     },
-    [](int fd) {
-        if (gRec.begin("fsync", gRec.pathOf(fd))) return failWith<int>(EIO);
-        const int r = real().fsync(fd);
-        gRec.end();
-        return r;
-    },
+    [](int fd) { return recorded("fsync", gRec.pathOf(fd), EIO, [&] { return real().fsync(fd); }); },
     [](int fd) {
         const bool fail = gRec.begin("close", gRec.pathOf(fd));
         gRec.fdPaths.erase(fd);
@@ -157,34 +152,18 @@ const xml::PosixOps kRecording = {
         return r;
     },
     [](int fd, int command, struct flock* lock) {
-        if (gRec.begin("lock", gRec.pathOf(fd))) return failWith<int>(ENOLCK);
-        const int r = real().lock(fd, command, lock);
-        gRec.end();
-        return r;
+        return recorded("lock", gRec.pathOf(fd), ENOLCK, [&] { return real().lock(fd, command, lock); });
     },
-    [](const char* from, const char* to) {
-        if (gRec.begin("link", from)) return failWith<int>(EMLINK);
-        const int r = real().link(from, to);
-        gRec.end();
-        return r;
-    },
-    [](const char* path) {
-        if (gRec.begin("unlink", path)) return failWith<int>(EBUSY);
-        const int r = real().unlink(path);
-        gRec.end();
-        return r;
-    },
-    [](const char* from, const char* to) {
-        if (gRec.begin("rename", from)) return failWith<int>(EIO);
-        const int r = real().rename(from, to);
-        gRec.end();
-        return r;
-    },
+    [](const char* from, const char* to) { return recorded("link", from, EMLINK, [&] { return real().link(from, to); }); },
+    [](const char* path) { return recorded("unlink", path, EBUSY, [&] { return real().unlink(path); }); },
+    [](const char* from, const char* to) { return recorded("rename", from, EIO, [&] { return real().rename(from, to); }); },
+    [](const char* path, struct stat* info) { return recorded("stat", path, EIO, [&] { return real().stat(path, info); }); },
     [](const char* path, struct stat* info) {
-        if (gRec.begin("stat", path)) return failWith<int>(EIO);
-        const int r = real().stat(path, info);
-        gRec.end();
-        return r;
+        return recorded("lstat", path, EIO, [&] { return real().lstat(path, info); });
+    },
+    [](int fd, mode_t mode) { return recorded("fchmod", gRec.pathOf(fd), EIO, [&] { return real().fchmod(fd, mode); }); },
+    [](int fd, uid_t owner, gid_t group) {
+        return recorded("fchown", gRec.pathOf(fd), EPERM, [&] { return real().fchown(fd, owner, group); });
     },
     [](char* buffer, std::size_t size) -> char* {
         if (gRec.begin("getcwd", ".")) {
@@ -204,6 +183,17 @@ const xml::PosixOps kRecording = {
 
 // ---- the scene ----
 
+// "0600 1234:5678": the mode, owner and group of a file.
+std::string accessOf(mode_t mode, uid_t owner, gid_t group) {
+    char text[48];
+    std::snprintf(text, sizeof text, "%04o %u:%u", mode & 07777, owner, group);
+    return text;
+}
+std::string accessOf(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? accessOf(info.st_mode, info.st_uid, info.st_gid) : "(absent)";
+}
+
 std::unique_ptr<model::SANBridge> gBridge;
 std::string gNewDocument;  // what a complete update leaves in the target
 std::string gNewIndex;
@@ -213,17 +203,21 @@ std::string indexPath() { return kHome->path() + "/etc/" + *gBridge->name + "/ni
 // One directory and store, put back to the same state before each run.
 class Scene {
 public:
-    Scene() { reset(); }
+    Scene() : oldAccess_((reset(), accessOf(target()))) {}
     ~Scene() { testing_support::resetQuorumStore(); }
     void reset() const {
         for (const std::string& name : leftovers()) std::filesystem::remove(dir_.file(name));
         writeFile(target(), kOld);
+        // Restricted, and not root's: the new document must stay so.
+        ::chmod(target().c_str(), 0600);
+        static_cast<void>(::chown(target().c_str(), 1234, 5678));  // root may; others keep their own
         writeFile(target() + ".previous", kOlder);
         writeFile(indexPath(), kOldIndex);
         // Room for the document and its ".org" copy, 15 MiB each.
         testing_support::formatQuorumStore(dir_.path(), devices_.path(), 70'000, "alpha");
     }
     const std::string& dir() const { return dir_.path(); }
+    const std::string& oldAccess() const { return oldAccess_; }
     std::string target() const { return dir_.file("nimbra.conf"); }
     std::string temp(pid_t pid) const { return target() + "_to_Be_" + std::to_string(pid); }
     bool exists(const std::string& path) const { return ::access(path.c_str(), F_OK) == 0; }
@@ -242,6 +236,7 @@ public:
 private:
     testing_support::ScratchDir dir_;
     testing_support::ScratchDir devices_;
+    const std::string oldAccess_;
 };
 
 int writeWithTable(const Scene& scene, const xml::PosixOps& ops = real()) {
@@ -291,7 +286,7 @@ TEST_F(WritePath, CleanRunTouchesEveryPart) {
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.role == role; }));
     }
     for (const char* op : {"open", "write", "read", "lseek", "fsync", "close", "lock", "link", "unlink", "rename",
-                           "stat"}) {
+                           "stat", "lstat", "fchmod", "fchown"}) {
         SCOPED_TRACE(op);
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [&](const Call& c) { return c.op == op; }));
     }
@@ -323,11 +318,20 @@ TEST_F(WritePath, EveryCallFailingInTurn) {
                          first.op + " of " + first.role);
             ++injected;
 
-            const bool noTemp = rec.failed("open", "temp");
+            // A temporary file that cannot take the target's mode is given up like one never made.
+            const bool modeFailed = rec.failed("fchmod", "temp");
+            const bool noTemp = rec.failed("open", "temp") || modeFailed;
             const bool badTemp = !noTemp && rec.failed("write", "temp");
             const bool renamed = !noTemp && !badTemp && !rec.failed("rename", "temp");
             EXPECT_EQ(result, noTemp || badTemp ? -1 : 0);
             EXPECT_EQ(readFile(scene.target()), renamed ? gNewDocument : kOld);
+            // The replacement keeps the old mode and owner, unless they could not be read or set.
+            const mode_t mask = ::umask(0);
+            ::umask(mask);
+            std::string access = scene.oldAccess();
+            if (renamed && rec.failed("lstat", "target")) access = accessOf(0666 & ~mask, ::geteuid(), ::getegid());
+            else if (renamed && rec.failed("fchown", "temp")) access = accessOf(0600, ::geteuid(), ::getegid());
+            EXPECT_EQ(accessOf(scene.target()), access);
 
             // The old version is kept unless the backup's own steps failed.
             std::string previous = kOld;
@@ -347,7 +351,8 @@ TEST_F(WritePath, EveryCallFailingInTurn) {
 
             // A temporary file stays only when the update could not finish with it.
             const std::vector<std::string> extra = scene.leftovers();
-            if (renamed || noTemp) EXPECT_EQ(extra, std::vector<std::string>{});
+            const bool tempRemoved = !modeFailed || !rec.failed("unlink", "temp");
+            if (renamed || (noTemp && tempRemoved)) EXPECT_EQ(extra, std::vector<std::string>{});
             else EXPECT_EQ(extra, std::vector<std::string>{"nimbra.conf_to_Be_" + std::to_string(::getpid())});
 
             // Standard error holds the documented lines only.

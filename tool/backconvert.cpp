@@ -168,12 +168,17 @@ const char* kindWord(model::OmissionKind kind, bool plural) {
     return "";
 }
 
-template <class R>
-void walkChild(model::OmissionFinder& finder, const model::Layout<R>& layout45, const model::LayoutBase& layout40,
-               const R& record, std::size_t position = 0) {
-    finder.enter(layout45.name, position);
-    finder.walk(layout45, layout40, &record);
-    finder.leave();
+// The 4.0 layout holds the physical side in another shape: the adapters
+// sit directly in PhysicalResources, the devices in their adapters.
+const model::LayoutBase* regroup40(int element) {
+    switch (static_cast<model::ElementId>(element)) {
+    case model::ElementId::PhysicalAdapters:
+        return &legacy::kPhysicalResources40;
+    case model::ElementId::PhysicalDevs:
+        return &legacy::kPhysicalAdapter40;
+    default:
+        return nullptr;
+    }
 }
 
 }  // namespace
@@ -202,39 +207,10 @@ std::string LeftOut::summary() const {
     return text;
 }
 
-// The bridge is walked part by part: the physical side changes shape on the
-// way back (no PhysicalAdapters or PhysicalDevs lists), so its adapters and
-// devices are compared one by one with the 4.0 ones; every other part has a
-// 4.0 element of its own.
 bool findLeftOut(const model::SANBridge& root, LeftOut& out) noexcept {
     try {
-        model::OmissionFinder finder(out.items);
-        finder.enter("SANBridge");
-        walkChild(finder, model::kProperties45, legacy::kProperties40, root.properties);
-        walkChild(finder, model::kSANBridgeInfo45, legacy::kSANBridgeInfo40, root.sanBridgeInfo);
-        if (root.failoverPrimary) {
-            walkChild(finder, model::kFailoverPrimary45, legacy::kFailoverPrimary40, *root.failoverPrimary);
-        }
-        if (root.failoverSecondary) {
-            walkChild(finder, model::kFailoverSecondary45, legacy::kFailoverSecondary40, *root.failoverSecondary);
-        }
-        const model::PhysicalResources& physical = root.physicalResources;
-        finder.enter("PhysicalResources");
-        finder.enter("PhysicalAdapters");
-        for (std::size_t i = 0; i < physical.physicalAdapters.items.size(); ++i) {
-            walkChild(finder, model::kPhysicalAdapter45, legacy::kPhysicalAdapter40, physical.physicalAdapters.items[i],
-                      i + 1);
-        }
-        finder.leave();
-        finder.enter("PhysicalDevs");
-        for (std::size_t i = 0; i < physical.physicalDevs.items.size(); ++i) {
-            walkChild(finder, model::kPhysicalDev45, legacy::kPhysicalDev40, physical.physicalDevs.items[i], i + 1);
-        }
-        finder.leave();
-        walkChild(finder, model::kBlockDevices45, legacy::kBlockDevices40, physical.blockDevices);
-        finder.leave();
-        walkChild(finder, model::kLogicalResources45, legacy::kLogicalResources40, root.logicalResources);
-        walkChild(finder, model::kSANClientList45, legacy::kSANClientList40, root.sanClientList);
+        model::OmissionFinder finder(legacy::kSANBridge40, out.items, &regroup40);
+        model::visitElement(model::kSANBridge45, &root, finder);
         return true;
     } catch (const std::bad_alloc&) {
         return false;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "model/records.h"
+#include "tool/conversion_observer.h"
 #include "tool/migrate.h"
 #include "tool/read_input.h"
 #include "writer/config_file.h"
@@ -23,7 +24,7 @@ constexpr std::uint32_t kSerialiseFailed = 0x90010037;
 // A device that takes snapshots deletes its oldest snapshot when the area is
 // full instead of stopping writes. Replica and copy-manager devices and the
 // single device directly under LogicalResources keep their policies.
-void fixSnapshotPolicies(model::SANBridge& root) noexcept {
+void fixSnapshotPolicies(model::SANBridge& root, ConversionObserver* observer) noexcept {
     model::LogicalResources& logical = root.logicalResources;
     for (std::vector<model::VirtualDev>* devices :
          {&logical.sanResources.items, &logical.nasResources.items, &logical.snapshotResources.items,
@@ -31,8 +32,12 @@ void fixSnapshotPolicies(model::SANBridge& root) noexcept {
           &logical.bmrResources.items}) {
         for (model::VirtualDev& device : *devices) {
             if (device.snapshotEnabled != 0 && device.snapshotPolicy) {
-                device.snapshotPolicy->autoDelete = 1;
-                device.snapshotPolicy->stopWrite = 0;
+                model::SnapshotPolicy& policy = *device.snapshotPolicy;
+                if (observer != nullptr && (policy.autoDelete != 1 || policy.stopWrite != 0)) {
+                    observer->snapshotPolicyChanged(device, policy);
+                }
+                policy.autoDelete = 1;
+                policy.stopWrite = 0;
             }
         }
     }
@@ -57,6 +62,29 @@ model::SANBridge* keptModel = nullptr;
 
 }  // namespace
 
+Conversion convertText(ConfigText input, const std::time_t* when, ConversionObserver* observer) noexcept {
+    Conversion result;
+    // The input's block is kept for the serialised text to be written over:
+    // its pages are backed by memory already, where a new block would fault
+    // in as many again. The peak is not raised by it: that is reached while
+    // the 4.0 model is read beside the input, and the migration releases
+    // about as much of the 4.0 model as it builds of the new one.
+    std::uint32_t parseError = 0;
+    result.root = parseAndMigrate(input.text.get(), input.length, kParseOptions, &parseError, observer);
+    if (!result.root) return result;
+    // What is left of the 4.0 model is gone: give the freed memory back
+    // before the serialised text is built beside the new model.
+    ::malloc_trim(0);
+
+    result.root->serializer = nullptr;  // write the 4.5 layout, not the down-level one the migration installed
+    fixSnapshotPolicies(*result.root, observer);
+
+    result.when = when != nullptr ? *when : std::time(nullptr);
+    result.text = std::move(input);
+    result.status = serialiseOver(*result.root, result.text, result.when, result.whole);
+    return result;
+}
+
 std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now) noexcept {
     out = ConfigText{};
     bool whole = false;
@@ -71,32 +99,15 @@ int convert(const char* inputPath, const char* outputPath, bool verbose, bool ke
         return readResult;
     }
 
-    std::uint32_t parseError = 0;
-    // The input's block is kept for the serialised text to be written over:
-    // its pages are backed by memory already, where a new block would fault
-    // in as many again. The peak is not raised by it: that is reached while
-    // the 4.0 model is read beside the input, and the migration releases
-    // about as much of the 4.0 model as it builds of the new one.
-    std::unique_ptr<model::SANBridge> root = parseAndMigrate(text.text.get(), text.length, kParseOptions, &parseError);
-    if (!root) {
+    Conversion converted = convertText(std::move(text), nullptr);
+    if (!converted.root) {
         if (verbose) std::printf("parse configuration from file %s failed.\n", inputPath);
-        releaseText(text);
         return 0;  // settled behaviour: a document that does not parse is not an error code
     }
-    // What is left of the 4.0 model is gone: give the freed memory back
-    // before the serialised text is built beside the new model.
-    ::malloc_trim(0);
-
-    root->serializer = nullptr;  // write the 4.5 layout, not the down-level one the migration installed
-    fixSnapshotPolicies(*root);
-
-    const std::time_t now = std::time(nullptr);
-    bool whole = false;
-    const std::uint32_t status = serialiseOver(*root, text, now, whole);
-    if (status != 0) {
+    if (converted.status != 0) {
         if (verbose) std::printf("convert configuration from file %s failed.\n", inputPath);
-        releaseText(text);
-        return static_cast<int>(status);
+        releaseText(converted.text);
+        return static_cast<int>(converted.status);
     }
     // The in-memory text proves that the model serialises. Writing the model
     // out a second time would give the very same bytes (same model, same
@@ -106,18 +117,19 @@ int convert(const char* inputPath, const char* outputPath, bool verbose, bool ke
     // memory is not the document; then it is freed first and the file is
     // written from the model.
     const int pid = static_cast<int>(::getpid());
+    model::SANBridge* root = converted.root.get();
     int result = 0;
-    if (whole) {
-        result = writer::writeDocumentTextToFile(outputPath, root.get(), text, pid);
-        releaseText(text);
+    if (converted.whole) {
+        result = writer::writeDocumentTextToFile(outputPath, root, converted.text, pid);
+        releaseText(converted.text);
     } else {
-        releaseText(text);
-        result = writer::writeDocumentToFile(outputPath, root.get(), now, pid);
+        releaseText(converted.text);
+        result = writer::writeDocumentToFile(outputPath, root, converted.when, pid);
     }
     if (result != 0 && verbose) std::printf("write configuration to file %s failed.\n", outputPath);
     if (keepModel) {
         delete keptModel;
-        keptModel = root.release();
+        keptModel = converted.root.release();
     }
     return result;
 }

@@ -1,11 +1,14 @@
 #pragma once
 #include <cstdint>
 #include <ctime>
+#include <memory>
 
 #include "model/records.h"
 #include "tool/read_input.h"
 
 namespace tool {
+
+class ConversionObserver;
 
 /// The serialise step: raises the root's `instance` by one (also when it then
 /// fails) and writes the root into `out` (emptied first): through the root's
@@ -24,5 +27,21 @@ std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now
 /// releasing the model of a large document record by record costs several
 /// per cent of the run for memory the exit gives back anyway.
 int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel = false) noexcept;
+
+/// What converting a 4.0 text in memory gives.
+struct Conversion {
+    std::unique_ptr<model::SANBridge> root;  // null: the text yields no bridge
+    ConfigText text;                         // the 4.5 document, when status is 0
+    std::uint32_t status = 0;                // 0x90010037: serialising yielded nothing
+    bool whole = false;                      // text is the whole document (no byte dropped)
+    std::time_t when = 0;                    // the header's time
+};
+
+/// The conversion that `convert` writes out, in memory: the 4.0 reader, the
+/// migration, the snapshot-policy fix-up and the serialisation, which raises
+/// the bridge's instance by one. The header carries `*when`, or the time at
+/// which serialising starts when `when` is null. `input` is used up: the new
+/// text is written over its block.
+Conversion convertText(ConfigText input, const std::time_t* when, ConversionObserver* observer = nullptr) noexcept;
 
 }  // namespace tool

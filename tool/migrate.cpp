@@ -6,6 +6,7 @@
 #include "legacy/document40.h"
 #include "legacy/sanparse_x.h"
 #include "tool/backconvert.h"
+#include "tool/conversion_observer.h"
 #include "tool/migrate_partition.h"
 
 namespace tool {
@@ -33,16 +34,6 @@ model::PhysicalAdapter rebuildAdapter(legacy::PhysicalAdapter& old) {
     adapter.aliasWWPNList = std::move(old.aliasWWPNList);
     adapter.standbyAliasWWPNList = std::move(old.standbyAliasWWPNList);
     return adapter;
-}
-
-// A disk seen through a further path lists its first path first; 4.5 keeps
-// one device per disk, the one whose own address is that first path.
-bool isFurtherPath(const model::PhysicalDev& device) {
-    if (device.scsiAliasing.items.empty()) return false;
-    const model::DeviceAlias& first = device.scsiAliasing.items.front();
-    const model::SCSIAddress& own = device.scsiAddress;
-    return first.adapter != own.adapter || first.channel != own.channel || first.id != own.id ||
-           first.lun != own.lun;
 }
 
 // The texts are taken from the 4.0 device rather than copied, and what is left
@@ -90,6 +81,16 @@ model::PhysicalDev convertDevice(model::PhysicalDev& old) {
 }
 
 }  // namespace
+
+// A disk seen through a further path lists its first path first; 4.5 keeps
+// one device per disk, the one whose own address is that first path.
+bool isFurtherPath(const model::PhysicalDev& device) noexcept {
+    if (device.scsiAliasing.items.empty()) return false;
+    const model::DeviceAlias& first = device.scsiAliasing.items.front();
+    const model::SCSIAddress& own = device.scsiAddress;
+    return first.adapter != own.adapter || first.channel != own.channel || first.id != own.id ||
+           first.lun != own.lun;
+}
 
 std::uint32_t serialiseDownLevel(model::SANBridge* bridge, model::SerializedText* out) noexcept {
     if (bridge == nullptr || out == nullptr) return kMissingArgument;
@@ -150,12 +151,16 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
 
 namespace {
 
-std::unique_ptr<legacy::SANBridge> read40(const char* text, std::int32_t length) noexcept {
-    return legacy::readBridge40(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+std::unique_ptr<legacy::SANBridge> read40(const char* text, std::int32_t length,
+                                          ConversionObserver* observer) noexcept {
+    return legacy::readBridge40(text, length > 0 ? static_cast<std::size_t>(length) : 0,
+                                observer != nullptr ? observer->reader() : nullptr);
 }
 
-std::unique_ptr<model::SANBridge> migrateRead(std::unique_ptr<legacy::SANBridge> old, std::uint32_t options) noexcept {
+std::unique_ptr<model::SANBridge> migrateRead(std::unique_ptr<legacy::SANBridge> old, std::uint32_t options,
+                                              ConversionObserver* observer) noexcept {
     if (!old) return nullptr;
+    if (observer != nullptr) observer->read(*old);
     std::unique_ptr<model::SANBridge> root = migrate(*old);
     if (root) root->options = options;
     return root;
@@ -164,9 +169,9 @@ std::unique_ptr<model::SANBridge> migrateRead(std::unique_ptr<legacy::SANBridge>
 }  // namespace
 
 std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t length, std::uint32_t options,
-                                                  std::uint32_t* errorOut) noexcept {
+                                                  std::uint32_t* errorOut, ConversionObserver* observer) noexcept {
     if (errorOut != nullptr) *errorOut = 0;
-    return migrateRead(read40(text, length), options);
+    return migrateRead(read40(text, length, observer), options, observer);
 }
 
 }  // namespace tool

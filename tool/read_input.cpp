@@ -1,8 +1,15 @@
 #include "tool/read_input.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "xml/lock_file.h"
 
 namespace tool {
 
@@ -62,6 +69,54 @@ int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept
         return -7;
     }
     return 0;
+}
+
+namespace {
+
+// Closes a descriptor on every path; -1 is none.
+struct Descriptor {
+    int fd = -1;
+    ~Descriptor() {
+        if (fd >= 0) ::close(fd);
+    }
+};
+
+int readAll(int fd, char* into, std::size_t size) {
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t got = ::read(fd, into + done, size - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return errno;
+        if (got == 0) return EIO;  // the file shrank while it was read
+        done += static_cast<std::size_t>(got);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int readDocumentShared(const char* path, ConfigText* record) noexcept {
+    try {
+        // A writer takes the exclusive lock before it replaces the file; a
+        // lock file that does not exist means no writer has been here.
+        const std::string lockName = xml::lockFileName(path);
+        xml::LockFile lock(::open(lockName.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (lock.held()) static_cast<void>(xml::setLock(lock.fd(), F_SETLKW, F_RDLCK));
+        Descriptor file{::open(path, O_RDONLY | O_CLOEXEC)};
+        if (file.fd < 0) return errno;
+        struct stat info {};
+        if (::fstat(file.fd, &info) != 0) return errno;
+        if (S_ISDIR(info.st_mode)) return EISDIR;
+        if (info.st_size > INT32_MAX) return EFBIG;
+        const std::size_t size = static_cast<std::size_t>(info.st_size);
+        *record = ConfigText{};
+        if (size == 0) return 0;
+        record->text = ConfigText::Bytes(static_cast<char*>(std::malloc(size)), writer::TextRelease{true});
+        if (!record->text) return ENOMEM;
+        record->length = static_cast<std::int32_t>(size);
+        return readAll(file.fd, record->text.get(), size);
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
 }
 
 }  // namespace tool

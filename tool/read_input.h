@@ -15,4 +15,9 @@ void releaseText(ConfigText& record) noexcept;
 /// partly filled buffer stays in the record). Messages on stdout when `verbose`.
 int readXMLFromFile(const char* path, ConfigText* record, bool verbose) noexcept;
 
+/// Reads the whole file at `path` into `record` for looking at it: read-only,
+/// under the shared lock of its lock file when that file exists (it is never
+/// created here). 0, or the errno of the call that failed (EFBIG past 2 GiB).
+int readDocumentShared(const char* path, ConfigText* record) noexcept;
+
 }  // namespace tool

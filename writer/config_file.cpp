@@ -35,12 +35,20 @@ host::StatusGroup groupOf(const model::SANBridge& bridge) {
     return isLocal ? host::StatusGroup::Local : host::StatusGroup::Partner;
 }
 
+// Only a plain directory entry names a server's directory under the home;
+// "", ".", ".." or a name with "/" would put the index elsewhere.
+bool namesServerDirectory(const model::Text& name) {
+    return name && !name->empty() && *name != "." && *name != ".." && name->find('/') == std::string_view::npos;
+}
+
 }  // namespace
 
 void writeIndexFile(const model::SANBridge& bridge) noexcept {
     try {
+        if (!namesServerDirectory(bridge.name)) return;
         const std::string path = defaultConfigPath(bridge) + ".ndx";
-        const int fd = xml::posixOps().open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        // Never through a link: a planted one would have root truncate its target.
+        const int fd = xml::posixOps().open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666);
         if (fd < 0) return;
         // Both numbers, in this order, are the file's settled content.
         const std::string line = std::to_string(bridge.logicalResources.nextVDevID) + "," +

@@ -35,7 +35,9 @@ int writeDocumentTextToFile(const char* path, const model::SANBridge* bridge, co
 int writeTextToFile(const char* path, const ConfigText& text, int pid) noexcept;
 
 /// "<default configuration path>.ndx" with the line "nextVDevID,trapLevel".
-/// Nothing is written or reported when the file can't be opened.
+/// Nothing is written or reported when the file can't be opened, is a
+/// symbolic link, or the bridge's name is not a plain directory name (absent,
+/// "", ".", "..", or holding "/").
 void writeIndexFile(const model::SANBridge& bridge) noexcept;
 
 }  // namespace writer

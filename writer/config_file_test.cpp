@@ -4,6 +4,7 @@
 #include <sys/ipc.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -65,6 +66,18 @@ TEST(WriteDocumentToFile, IndexFileBesideTheDefaultDocument) {
     const model::SANBridge homeless = bridgeNamed("no-such-server");
     ASSERT_EQ(writer::writeDocumentToFile(elsewhere.file("out.conf").c_str(), &homeless, 0, getpid()), 0);
     EXPECT_FALSE(exists(kHome->path() + "/etc/no-such-server"));
+
+    // A name that is not one plain directory entry would put the index
+    // elsewhere, even outside the home: none then, though each directory exists.
+    std::filesystem::create_directories(kHome->path() + "/etc/a/b");
+    std::filesystem::create_directories(kHome->path() + "/x");
+    for (const char* name : {"", ".", "..", "../x", "a/b"}) {
+        const model::SANBridge bridge = bridgeNamed(name);
+        EXPECT_EQ(writer::writeDocumentToFile(elsewhere.file("out.conf").c_str(), &bridge, 0, getpid()), 0) << name;
+    }
+    for (const char* dir : {"/etc", "", "/x", "/etc/a/b"}) {
+        EXPECT_FALSE(exists(kHome->path() + dir + "/nimbra.conf.ndx")) << dir;
+    }
 }
 
 // Each test keys its block on a directory of its own: ctest runs the tests of

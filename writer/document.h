@@ -1,5 +1,6 @@
 #pragma once
 #include <ctime>
+#include <string_view>
 
 #include "model/records_clients.h"
 #include "writer/sink.h"
@@ -19,6 +20,11 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
 /// XmlSink::toMemory); it is used up either way.
 ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete = nullptr,
                                  ConfigText storage = {}) noexcept;
+
+/// Whether `text` is a whole document as the writer writes it: the
+/// declaration first, every element closed by its own end tag in order,
+/// "</SANConfig>" last. A lost or repeated piece of text breaks one of these.
+bool isWholeDocument(std::string_view text) noexcept;
 
 /// Writes the bridge element alone, starting at the sink's current position.
 void writeBridge(XmlSink& out, const model::SANBridge& bridge) noexcept;

@@ -37,6 +37,17 @@ void keepPrevious(const std::string& path) {
     static_cast<void>(xml::posixOps().link(path.c_str(), previous.c_str()));
 }
 
+// An upgrade never widens access to a file an administrator restricted: the
+// replacement takes the old file's mode, and its owner and group where the
+// process may give them away. Owner first: changing it clears set-id bits.
+// False when the mode could not be taken. A new target keeps the umask's mode.
+bool keepAccessOf(const std::string& path, int fd) {
+    struct stat old;
+    if (xml::posixOps().lstat(path.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return true;
+    static_cast<void>(xml::posixOps().fchown(fd, old.st_uid, old.st_gid));  // only root may, mostly
+    return xml::posixOps().fchmod(fd, old.st_mode & 07777) == 0;
+}
+
 // A store on the quorum disk is described beside the target; the partner
 // recovers configurations from it. Its outcome never stops the update.
 void depositInRepository(const std::string& tmpPath, const std::string& path) {
@@ -72,6 +83,24 @@ void syncDirectoryOf(const std::string& tmpPath) {
 
 void setRepositoryFailureHook(RepositoryFailureHook hook) noexcept { gRepositoryFailureHook = hook; }
 
+std::string updateObstacle(const char* targetPath) {
+    const std::string target = targetPath;
+    struct stat info {};
+    if (::lstat(targetPath, &info) == 0) {
+        if (S_ISLNK(info.st_mode)) return target + " is a symbolic link";
+        if (S_ISDIR(info.st_mode)) return target + " is a directory";
+        if (!S_ISREG(info.st_mode)) return target + " is not a regular file (a device, pipe or socket)";
+    } else if (errno != ENOENT) {
+        return target + ": " + std::strerror(errno);
+    }
+    std::string dir = directoryPart(target);
+    if (dir.empty()) dir = ".";
+    if (::stat(dir.c_str(), &info) != 0) return "directory " + dir + ": " + std::strerror(errno);
+    if (!S_ISDIR(info.st_mode)) return dir + " is not a directory";
+    if (::access(dir.c_str(), W_OK | X_OK) != 0) return "directory " + dir + ": " + std::strerror(errno);
+    return {};
+}
+
 ssize_t FileUpdate::writeToFd(void* cookie, const char* data, std::size_t size) {
     auto* update = static_cast<FileUpdate*>(cookie);
     std::size_t done = 0;
@@ -98,8 +127,19 @@ std::unique_ptr<FileUpdate> FileUpdate::open(const char* targetPath, int pid) no
         // Writers of one target are serialised; readers wait until the rename.
         update->lockFd_ = xml::openAndLock(targetPath, true);
         update->tmpPath_ = update->path_ + "_to_Be_" + std::to_string(pid);
-        update->fd_ = xml::posixOps().open(update->tmpPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        const char* const tmp = update->tmpPath_.c_str();
+        // The name is predictable and the tool runs as root: whatever lies
+        // there (a stale file of an earlier run with this pid, a planted link)
+        // goes first, and the file is made only if nothing came back meanwhile.
+        static_cast<void>(xml::posixOps().unlink(tmp));  // the exclusive create decides
+        update->fd_ = xml::posixOps().open(tmp, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
         if (update->fd_ < 0) return nullptr;  // the destructor releases the lock
+        if (!keepAccessOf(update->path_, update->fd_)) {
+            static_cast<void>(xml::posixOps().close(update->fd_));
+            update->fd_ = -1;
+            static_cast<void>(xml::posixOps().unlink(tmp));  // empty and ours: nothing to inspect
+            return nullptr;
+        }
         const cookie_io_functions_t io = {nullptr, &FileUpdate::writeToFd, nullptr, &FileUpdate::closeFd};
         update->stream_ = ::fopencookie(update.get(), "w", io);
         if (update->stream_ == nullptr) return nullptr;

@@ -7,14 +7,16 @@
 namespace writer {
 
 /// Replaces one file safely. Opening takes the exclusive lock of the target's
-/// lock file and creates the temporary file "<target>_to_Be_<pid>" beside it;
-/// the new content goes to stream(); commit() makes it the target:
+/// lock file and creates the temporary file "<target>_to_Be_<pid>" beside it
+/// (exclusively, never through a link, with the mode, owner and group of the
+/// file it replaces); the new content goes to stream(); commit() makes it the target:
 /// fsync, ".previous" hard link to the old file, repository deposit, rename,
 /// directory fsync, unlock. Readers of the target (who take the shared lock)
 /// never see a partial document.
 class FileUpdate {
 public:
-    /// Null when the temporary file can't be created (the lock is then released).
+    /// Null when the temporary file can't be created or given the replaced
+    /// file's mode (the lock is then released, the target untouched).
     static std::unique_ptr<FileUpdate> open(const char* targetPath, int pid) noexcept;
     ~FileUpdate();
     FileUpdate(const FileUpdate&) = delete;
@@ -43,6 +45,13 @@ private:
     int fd_ = -1;
     std::FILE* stream_ = nullptr;
 };
+
+/// What stands in the way of replacing `targetPath` by a new configuration
+/// file: "" when nothing does; else the reason, naming the file: it is not a
+/// regular file (a directory, a symbolic link, a device...), or its directory
+/// is missing or not writable. The update itself would not say: its rename
+/// is not checked, and it would replace whatever the name holds.
+std::string updateObstacle(const char* targetPath);
 
 /// A process-wide operation called when the repository refused a deposit of a
 /// main configuration file. The tool registers none.

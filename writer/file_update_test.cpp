@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -11,7 +9,6 @@
 #include <unistd.h>
 
 #include "tests/support/run_program.h"
-#include "xml/posix_ops.h"
 
 using testing_support::readFile;
 using testing_support::TempDir;
@@ -32,11 +29,6 @@ ino_t inodeOf(const std::string& path) {
 }
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
-// Restores the real system calls when a test that replaced one ends.
-struct RealOpsAfterwards {
-    ~RealOpsAfterwards() { xml::posixOps() = xml::realPosixOps(); }
-};
 
 TEST(FileUpdate, ReplacesKeepingThePreviousVersionAsAHardLink) {
     TempDir dir;
@@ -76,51 +68,6 @@ TEST(FileUpdate, TargetWithoutDirectory) {
     EXPECT_EQ(readFile(dir.file("bare.conf")), "new");
     EXPECT_FALSE(exists(dir.file("bare.conf.previous")));
     EXPECT_TRUE(exists(dir.file(".bare.conf.lock")));
-}
-
-TEST(FileUpdate, UncreatableTemporaryFileLeavesTargetUntouched) {
-    TempDir dir;
-    const std::string target = dir.file("nimbra.conf");
-    writeFile(target, "old");
-    RealOpsAfterwards restore;
-    xml::posixOps().open = [](const char* path, int flags, mode_t mode) {
-        if (std::strstr(path, "_to_Be_") != nullptr) {
-            errno = EACCES;
-            return -1;
-        }
-        return xml::realPosixOps().open(path, flags, mode);
-    };
-    EXPECT_EQ(writer::FileUpdate::open(target.c_str(), getpid()), nullptr);
-    xml::posixOps() = xml::realPosixOps();
-
-    EXPECT_EQ(readFile(target), "old");
-    EXPECT_FALSE(exists(target + ".previous"));
-    EXPECT_EQ(replace(target, "later"), 0) << "the lock was released";
-}
-
-TEST(FileUpdate, WriteErrorAbortsAndKeepsTargetAndPrevious) {
-    TempDir dir;
-    const std::string target = dir.file("nimbra.conf");
-    writeFile(target, "old");
-    writeFile(target + ".previous", "older");
-    RealOpsAfterwards restore;
-    xml::posixOps().write = [](int, const void*, std::size_t) -> ssize_t {
-        errno = ENOSPC;
-        return -1;
-    };
-    testing::internal::CaptureStderr();
-    const int result = replace(target, "new");
-    const std::string err = testing::internal::GetCapturedStderr();
-    xml::posixOps() = xml::realPosixOps();
-
-    const std::string tmp = target + "_to_Be_" + std::to_string(getpid());
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(err, "Abort updating " + target + " error writing tmp file " + tmp + "\n");
-    EXPECT_EQ(readFile(target), "old");
-    EXPECT_EQ(readFile(target + ".previous"), "older");
-    EXPECT_TRUE(exists(tmp)) << "the failed temporary file is left for inspection";
-    EXPECT_EQ(replace(target, "later"), 0) << "the lock was released";
-    EXPECT_EQ(readFile(target), "later");
 }
 
 // A second writer of the same target waits on the lock until the first has

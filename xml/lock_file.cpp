@@ -53,7 +53,8 @@ int openAndLock(const char* documentPath, bool exclusive) noexcept {
     if (written < 0 || static_cast<std::size_t>(written) >= sizeof name) {
         errno = ENAMETOOLONG;
     } else {
-        fd = posixOps().open(name, O_RDWR | O_CREAT, 0770);
+        // Never through a link: a planted one would have root create or lock its target.
+        fd = posixOps().open(name, O_RDWR | O_CREAT | O_NOFOLLOW, 0770);
     }
     if (fd < 0) {
         std::fprintf(stderr, "Can't open lock file %s - %d\n", name, errno);

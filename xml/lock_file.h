@@ -8,8 +8,9 @@ namespace xml {
 /// "/dir/name.conf" -> "/dir/.name.conf.lock"; "name.conf" -> ".name.conf.lock".
 std::string lockFileName(std::string_view documentPath);
 
-/// Opens (creating, mode 0770) the lock file of `documentPath` and waits for a
-/// shared (exclusive == false) or exclusive lock on its first byte.
+/// Opens (creating, mode 0770; a symbolic link there fails to open) the lock
+/// file of `documentPath` and waits for a shared (exclusive == false) or
+/// exclusive lock on its first byte.
 /// Returns the descriptor, or -1 after printing "Can't open lock file %s - %d\n".
 int openAndLock(const char* documentPath, bool exclusive) noexcept;
 

@@ -23,8 +23,9 @@ void logNotice(int threshold, const SourceTag& tag, const char* fmt, ...) noexce
     __attribute__((format(printf, 3, 4)));
 void logNoticeV(int threshold, const SourceTag& tag, const char* fmt, std::va_list args) noexcept;
 
-/// Test hook: called with the identity and the formatted message of every line
-/// that is written (after the level check). Null restores plain syslog only.
+/// Called with the identity and the formatted message of every line that is
+/// written (after the level check), besides the system log: tests collect the
+/// lines, nbconf shows them. Null restores plain syslog only.
 using LogObserver = void (*)(const char* identity, const char* message);
 void setLogObserver(LogObserver observer) noexcept;
 

@@ -12,10 +12,12 @@ namespace {
 int realOpen(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
 int realLock(int fd, int command, struct flock* lock) { return ::fcntl(fd, command, lock); }
 int realStat(const char* path, struct stat* info) { return ::stat(path, info); }
+int realLstat(const char* path, struct stat* info) { return ::lstat(path, info); }
 
 const PosixOps kReal = {
-    realOpen, ::write, ::read, ::lseek, ::fsync, ::close, realLock,
-    ::link,   ::unlink, std::rename, realStat, ::getcwd, ::sync,
+    realOpen, ::write,  ::read,      ::lseek,  ::fsync,    ::close,   realLock,
+    ::link,   ::unlink, std::rename, realStat, realLstat,  ::fchmod,  ::fchown,
+    ::getcwd, ::sync,
 };
 
 }  // namespace

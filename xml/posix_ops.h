@@ -7,8 +7,9 @@ struct stat;
 
 namespace xml {
 
-/// The system calls of the file-update path (lock files, temporary file,
-/// backup link, rename, directory sync, index file, repository device).
+/// The system calls of the file-update path (lock files, temporary file and
+/// the mode and owner it takes over, backup link, rename, directory sync,
+/// index file, repository device).
 /// Production code calls them through posixOps() so that a test can make any
 /// one of them fail on cue, or stop the process right after it.
 struct PosixOps {
@@ -23,6 +24,9 @@ struct PosixOps {
     int (*unlink)(const char* path);
     int (*rename)(const char* from, const char* to);
     int (*stat)(const char* path, struct stat* info);
+    int (*lstat)(const char* path, struct stat* info);
+    int (*fchmod)(int fd, mode_t mode);
+    int (*fchown)(int fd, uid_t owner, gid_t group);
     char* (*getcwd)(char* buffer, std::size_t size);
     void (*sync)();
 };

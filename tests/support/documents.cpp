@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <vector>
 
-#include "xml/lexer.h"
+#include "writer/document.h"
 
 namespace testing_support {
 
@@ -18,35 +18,7 @@ std::string withoutTime(const std::string& document) {
     return document.substr(0, at + marker.size()) + (end == std::string::npos ? "" : document.substr(end));
 }
 
-bool isWholeDocument(const std::string& text) {
-    if (!text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n") || !text.ends_with("\n</SANConfig>")) {
-        return false;
-    }
-    std::unique_ptr<xml::Lexer> lexer = xml::Lexer::onMemory(text.data(), text.size());
-    std::vector<std::string> open;
-    for (xml::Token token = lexer->next(); token.type() != xml::Tok::Eof; token = lexer->next()) {
-        switch (token.type()) {
-        case xml::Tok::StartTag:
-        case xml::Tok::StartTagOpen:
-            open.emplace_back(token.payload());
-            break;
-        case xml::Tok::EmptyTagClose:
-            if (open.empty()) return false;
-            open.pop_back();
-            break;
-        case xml::Tok::EndTag:
-            if (open.empty() || open.back() != token.payload()) return false;
-            open.pop_back();
-            break;
-        case xml::Tok::LexError:
-        case xml::Tok::MemoryError:
-            return false;
-        default:
-            break;
-        }
-    }
-    return open.empty();
-}
+bool isWholeDocument(const std::string& text) { return writer::isWholeDocument(text); }
 
 ScratchDir::ScratchDir() {
     for (const char* base : {"/dev/shm", "/tmp"}) {

@@ -41,7 +41,8 @@ void drainBoth(int outFd, int errFd, std::string& out, std::string& err) {
 
 }  // namespace
 
-ProgramResult runProgram(const std::vector<std::string>& argv, const std::vector<std::string>& env) {
+ProgramResult runProgram(const std::vector<std::string>& argv, const std::vector<std::string>& env,
+                         const std::function<void()>& beforeExec) {
     int outPipe[2];
     int errPipe[2];
     if (::pipe(outPipe) != 0 || ::pipe(errPipe) != 0) throw std::runtime_error("pipe");
@@ -53,6 +54,7 @@ ProgramResult runProgram(const std::vector<std::string>& argv, const std::vector
         ::close(outPipe[0]);
         ::close(errPipe[0]);
         for (const std::string& assignment : env) ::putenv(const_cast<char*>(assignment.c_str()));
+        if (beforeExec) beforeExec();
         std::vector<char*> args;
         for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
         args.push_back(nullptr);

@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,9 +12,11 @@ struct ProgramResult {
 };
 
 /// Runs `argv` (argv[0] is the program path) with `env` added to the
-/// environment, and collects its output and exit status.
+/// environment, and collects its output and exit status. `beforeExec` runs
+/// in the child, whose process id the program keeps.
 ProgramResult runProgram(const std::vector<std::string>& argv,
-                         const std::vector<std::string>& env = {});
+                         const std::vector<std::string>& env = {},
+                         const std::function<void()>& beforeExec = {});
 
 /// Starts `argv` (argv[0] is the program path) with standard output and error
 /// going to `outputPath`, and returns at once: the process id, or -1.

@@ -6,10 +6,13 @@
 
 #include "model/sanparse.h"
 #include "tool/nbconf/commands.h"
+#include "tool/nbconf/options.h"
 #include "writer/document.h"
 #include "writer/sink.h"
 
 namespace nbconf {
+
+namespace {
 
 // Reads FILE with the 4.5 reader and writes it back with the 4.5 writer to
 // standard output. `--time N` fixes the header time (seconds since the epoch).
@@ -20,16 +23,34 @@ int check(int argc, char** argv) {
         argv += 2;
         argc -= 2;
     }
-    if (argc != 1) {
-        std::fputs("Usage: nbconf check [--time N] FILE\n", stderr);
-        return 2;
+    if (argc != 1) return usageError(kCheck);
+    const char* path = argv[0];
+    if (!canRead(path)) return kFailed;
+    std::unique_ptr<model::SANBridge> bridge = model::readBridge45(path);
+    if (bridge == nullptr) {
+        std::fprintf(stderr, "nbconf: %s does not parse: no SANBridge could be read from it\n", path);
+        return kFailed;
     }
-    std::unique_ptr<model::SANBridge> bridge = model::readBridge45(argv[0]);
-    if (bridge == nullptr) return 1;  // the reader has said why
     writer::XmlSink out = writer::XmlSink::toStream(stdout);
     writer::writeDocument(out, *bridge, when);
     out.flush();
-    return std::fflush(stdout) == 0 && !std::ferror(stdout) ? 0 : 1;
+    return finishOutput();
 }
+
+}  // namespace
+
+const Command kCheck = {
+    "check",
+    "check [--time N] FILE",
+    "read a 4.5 document and write it back",
+    "Reads FILE as a 4.5 configuration document (the last SANBridge, checked as\n"
+    "the server checks it) and writes it back to standard output as the server's\n"
+    "library writes it. --time N gives the header's time in seconds since the\n"
+    "epoch, for output that compares byte for byte.\n"
+    "\n"
+    "Exit status 0 when the document was written back; 1 when FILE cannot be\n"
+    "opened, does not parse, or standard output cannot be written.\n",
+    check,
+};
 
 }  // namespace nbconf
