@@ -26,6 +26,10 @@ const char* targetInTheWay(const char* path) {
     return S_ISDIR(info.st_mode) ? std::strerror(EISDIR) : "not a regular file";
 }
 
+// The model read, left to the process's end: releasing a large one record by
+// record costs several per cent of the run. Reachable from here until then.
+model::SANBridge* keptModel = nullptr;
+
 int outOfMemory(const char* input) {
     std::fprintf(stderr, "nbconf: cannot downgrade %s: %s\n", input, std::strerror(ENOMEM));
     return kFailed;
@@ -33,9 +37,7 @@ int outOfMemory(const char* input) {
 
 // INPUT45 read under its shared lock, serialised through the down-level
 // serialiser, OUTPUT40 replaced by the safe update without index file or
-// status block: the 4.0 document is not what the running server uses. The
-// model is left to the process's end: releasing a large one record by record
-// costs several per cent of the run.
+// status block: the 4.0 document is not what the running server uses.
 int downgrade(int argc, char** argv) {
     const bool quiet = argc > 0 && std::strcmp(argv[0], "-q") == 0;
     if (quiet) {
@@ -46,7 +48,8 @@ int downgrade(int argc, char** argv) {
     const char* input = argv[0];
     const char* output = argv[1];
     if (!canRead(input)) return kFailed;
-    model::SANBridge* root = model::readBridge45(input).release();
+    delete keptModel;  // a second call in one process
+    model::SANBridge* root = keptModel = model::readBridge45(input).release();
     if (root == nullptr) {
         std::fprintf(stderr, "nbconf: %s does not parse: no SANBridge could be read from it\n", input);
         return kFailed;
