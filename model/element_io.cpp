@@ -22,75 +22,58 @@ std::string_view cString(std::string_view text) {
     return nul == std::string_view::npos ? text : text.substr(0, nul);
 }
 
-template <class T>
-T& fieldAs(const AttrSpec& spec, void* record) {
-    return *static_cast<T*>(spec.field(record));
-}
-
 // Converts a value token into the field. Numbers are read from the raw text
 // (entities are not decoded, "12abc" gives 12); texts are decoded.
 void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Schema& schema) {
-    switch (spec.kind) {
-    case AttrKind::I32:
-    case AttrKind::Long:
-        fieldAs<std::int32_t>(spec, record) = xml::strtol32(value.payload(), 10);
-        break;
-    case AttrKind::Hex:
-        fieldAs<std::uint32_t>(spec, record) =
-            static_cast<std::uint32_t>(xml::strtol32(value.payload(), 16));
-        break;
-    case AttrKind::Sector:
-        fieldAs<std::uint32_t>(spec, record) = xml::scanUnsigned32(value.payload(), 10);
-        break;
-    case AttrKind::Bool:
-        fieldAs<std::int8_t>(spec, record) =
-            static_cast<std::int8_t>(kBoolean.read(schema.lookupAttribute(value.nameKey())));
-        break;
-    case AttrKind::Bool3:
-        fieldAs<std::int8_t>(spec, record) =
-            static_cast<std::int8_t>(kNewUnit.read(schema.lookupAttribute(value.nameKey())));
-        break;
-    case AttrKind::NewUnit:
-        fieldAs<std::int32_t>(spec, record) = kNewUnit.read(schema.lookupAttribute(value.nameKey()));
-        break;
-    case AttrKind::Text: {
-        // Most values hold no reference: those are stored straight from the token.
-        const std::string_view raw = cString(value.payload());
-        if (raw.find('&') == std::string_view::npos) {
-            fieldAs<Text>(spec, record) = raw;
-        } else {
-            fieldAs<Text>(spec, record) = value.payloadString();
-        }
-        break;
-    }
-    case AttrKind::Enum:
-        fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.nameKey()));
-        break;
-    case AttrKind::Fixed:
-        break;
-    }
+    visitField(
+        spec,
+        [&](auto kind, auto& field) {
+            constexpr AttrKind k = decltype(kind)::value;
+            if constexpr (k == AttrKind::I32 || k == AttrKind::Long) {
+                field = xml::strtol32(value.payload(), 10);
+            } else if constexpr (k == AttrKind::Hex) {
+                field = static_cast<std::uint32_t>(xml::strtol32(value.payload(), 16));
+            } else if constexpr (k == AttrKind::Sector) {
+                field = xml::scanUnsigned32(value.payload(), 10);
+            } else if constexpr (isSpelled(k)) {
+                field = static_cast<FieldOfKind<k>>(
+                    spellingsRead<k>(spec).read(schema.lookupAttribute(value.nameKey())));
+            } else if constexpr (k == AttrKind::Text) {
+                // Most values hold no reference: those are stored straight from the token.
+                const std::string_view raw = cString(value.payload());
+                if (raw.find('&') == std::string_view::npos) {
+                    field = raw;
+                } else {
+                    field = value.payloadString();
+                }
+            }
+        },
+        record);
 }
 
 // Name-first reading: numbers through the typed readers, the rest through the
 // value token. The caller tests the (sticky) error slot afterwards.
 void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
     xml::TokenStream& ts = ctx.ts;
-    switch (spec.kind) {
-    case AttrKind::I32:
-        fieldAs<std::int32_t>(spec, record) = xml::readDecimalInt(ts);
-        return;
-    case AttrKind::Long:
-        fieldAs<std::int32_t>(spec, record) = xml::readLong(ts);
-        return;
-    case AttrKind::Hex:
-        fieldAs<std::uint32_t>(spec, record) = xml::readHexInt(ts);
-        return;
-    case AttrKind::Sector:
-        fieldAs<std::uint32_t>(spec, record) = xml::readUnsignedLong(ts);
-        return;
-    default:
-        break;
-    }
+    const bool read = visitField(
+        spec,
+        [&ts](auto kind, auto& field) {
+            constexpr AttrKind k = decltype(kind)::value;
+            if constexpr (k == AttrKind::I32) {
+                field = xml::readDecimalInt(ts);
+            } else if constexpr (k == AttrKind::Long) {
+                field = xml::readLong(ts);
+            } else if constexpr (k == AttrKind::Hex) {
+                field = xml::readHexInt(ts);
+            } else if constexpr (k == AttrKind::Sector) {
+                field = xml::readUnsignedLong(ts);
+            } else {
+                return false;
+            }
+            return true;
+        },
+        record);
+    if (read) return;
     xml::Token value = xml::readValueToken(ts);
     if (value) storeValue(spec, record, value, ctx.schema);
 }
@@ -282,22 +265,16 @@ bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, cons
     return true;
 }
 
-std::int64_t numberOf(const AttrSpec& spec, const void* record) {
-    void* field = spec.field(const_cast<void*>(record));
-    switch (spec.kind) {
-    case AttrKind::Bool:
-    case AttrKind::Bool3:
-        return *static_cast<const std::int8_t*>(field);
-    case AttrKind::Sector:
-    case AttrKind::Hex:
-        return *static_cast<const std::uint32_t*>(field);
-    case AttrKind::Text:
-        return 0;
-    case AttrKind::Fixed:
-        return spec.zeroWrittenAs;
-    default:
-        return *static_cast<const std::int32_t*>(field);
-    }
+// A text's conditions look at its presence, a number's at its value; a
+// Fixed attribute is its constant.
+bool writtenUnder(WriteIf when, const Text& text) {
+    if (when == WriteIf::IfPresent) return text.has_value();
+    return when == WriteIf::IfNonEmpty && text.has_value() && (*text)[0] != '\0';
+}
+template <class N>
+bool writtenUnder(WriteIf when, N value) {
+    if (when == WriteIf::IfPositive) return value > 0;
+    return when != WriteIf::IfTrue && when != WriteIf::IfNonZero ? true : value != 0;
 }
 
 }  // namespace
@@ -308,52 +285,31 @@ bool attributeWritten(const AttrSpec& spec, const void* record) noexcept {
         return true;
     case WriteIf::Never:
         return false;
-    case WriteIf::IfTrue:
-    case WriteIf::IfNonZero:
-        return numberOf(spec, record) != 0;
-    case WriteIf::IfPositive:
-        return numberOf(spec, record) > 0;
-    case WriteIf::IfPresent:
-    case WriteIf::IfNonEmpty: {
-        const auto& text = *static_cast<const Text*>(spec.field(const_cast<void*>(record)));
-        return text.has_value() && (spec.when == WriteIf::IfPresent || (*text)[0] != '\0');
+    default:
+        return visitField(spec, [&spec](auto, const auto& value) { return writtenUnder(spec.when, value); }, record);
     }
-    }
-    return true;
 }
 
 void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) {
-    const void* field = spec.field(const_cast<void*>(record));
-    switch (spec.kind) {
-    case AttrKind::I32:
-    case AttrKind::Long: {
-        const std::int32_t value = *static_cast<const std::int32_t*>(field);
-        out.decimal(value == 0 && spec.zeroWrittenAs != 0 ? spec.zeroWrittenAs : value);
-        return;
-    }
-    case AttrKind::Sector:
-        out.unsignedDecimal(*static_cast<const std::uint32_t*>(field));
-        return;
-    case AttrKind::Hex:
-        out.hex(*static_cast<const std::uint32_t*>(field));
-        return;
-    case AttrKind::Bool:
-    case AttrKind::Bool3:
-        out.writeName(kBoolean.spell(*static_cast<const std::int8_t*>(field)));
-        return;
-    case AttrKind::NewUnit:
-        out.writeName(kNewUnit.spell(*static_cast<const std::int32_t*>(field)));
-        return;
-    case AttrKind::Text:
-        if (const Text& text = *static_cast<const Text*>(field)) out.escapedStored(*text);
-        return;
-    case AttrKind::Enum:
-        out.writeName(spec.table->spell(*static_cast<const std::int32_t*>(field)));
-        return;
-    case AttrKind::Fixed:
-        out.decimal(spec.zeroWrittenAs);
-        return;
-    }
+    visitField(
+        spec,
+        [&](auto kind, const auto& value) {
+            constexpr AttrKind k = decltype(kind)::value;
+            if constexpr (k == AttrKind::I32 || k == AttrKind::Long) {
+                out.decimal(spec.writtenNumber(value));
+            } else if constexpr (k == AttrKind::Sector) {
+                out.unsignedDecimal(value);
+            } else if constexpr (k == AttrKind::Hex) {
+                out.hex(value);
+            } else if constexpr (isSpelled(k)) {
+                out.writeName(spellingsWritten<k>(spec).spell(value));
+            } else if constexpr (k == AttrKind::Text) {
+                if (value) out.escapedStored(*value);
+            } else {
+                out.decimal(value);
+            }
+        },
+        record);
 }
 
 namespace {
@@ -403,6 +359,20 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
     return readElementCatching<false>(ctx, layout, record, openName);
 }
 
+bool writtenWithChildren(const LayoutBase& layout, const void* record) noexcept {
+    switch (layout.form) {
+    case Form::AlwaysLong:
+        return true;
+    case Form::ShortWhenEmpty:
+        for (const ChildSpec& spec : layout.children) {
+            if (spec.present != nullptr && spec.present(spec, spec.field(const_cast<void*>(record)))) return true;
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record) {
     if (layout.openTag.length != 0) {
         out.writePadded(layout.openTag.bytes, layout.openTag.length);
@@ -422,12 +392,7 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
         writeAttributeValue(out, spec, record);
         out.put('"');
     }
-    switch (layout.form) {
-    case Form::AlwaysShort:
-        out.write("/>");
-        return;
-    case Form::TextContent:
-    case Form::TextAsHeld: {
+    if (isTextForm(layout.form)) {
         const std::string_view text = *static_cast<const std::string_view*>(record);
         if (text.empty() || text[0] == '\0') {
             out.write("/>");
@@ -442,22 +407,9 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
         writeEndTag(out, layout);
         return;
     }
-    case Form::ShortWhenEmpty: {
-        bool any = false;
-        for (const ChildSpec& spec : layout.children) {
-            if (spec.present != nullptr && spec.present(spec, spec.field(const_cast<void*>(record)))) {
-                any = true;
-                break;
-            }
-        }
-        if (!any) {
-            out.write("/>");
-            return;
-        }
-        break;
-    }
-    case Form::AlwaysLong:
-        break;
+    if (!writtenWithChildren(layout, record)) {
+        out.write("/>");
+        return;
     }
     out.put('>');
     ++out.level;

@@ -15,8 +15,9 @@
 // - The element number and written name, the routine name that log lines carry,
 //   then the form: AlwaysShort (attributes only, "/>"), ShortWhenEmpty ("/>"
 //   when no child would be written), AlwaysLong, or TextContent (R is
-//   std::string, read into a string and written from a std::string_view of
-//   it or of a Text: <X>text</X>, or <X/> when empty), or TextAsHeld (the
+//   std::string: the reader appends to one, while the writer and the visitors
+//   are handed a std::string_view of the characters, held in a string or a
+//   Text: <X>text</X>, or <X/> when empty), or TextAsHeld (the
 //   same, but its characters are written as held, not escaped, for a reader
 //   that takes content literally).
 // - Attributes in written order: attr::i32 (%d), attr::long32 (%ld, read with
@@ -128,7 +129,120 @@ struct AttrSpec {
     // An offset rather than an accessor function: an attribute is read or
     // written several times per record, and an indirect call each time showed.
     void* field(void* record) const noexcept { return static_cast<char*>(record) + offset; }
+    const void* field(const void* record) const noexcept { return static_cast<const char*>(record) + offset; }
+
+    /// A number as written: a stored 0 may stand for another value.
+    std::int32_t writtenNumber(std::int32_t value) const noexcept {
+        return value == 0 && zeroWrittenAs != 0 ? zeroWrittenAs : value;
+    }
 };
+
+// The field each attribute kind is held in. This is the one place that maps a
+// kind to a type: the declarations below check their members against it, and
+// the reader, the writer, the normaliser and the omission check reach fields
+// only through visitField.
+template <AttrKind K>
+struct KindField {
+    using type = std::int32_t;  // I32, Long, NewUnit, Enum; Fixed is visited with its constant
+};
+template <>
+struct KindField<AttrKind::Sector> {
+    using type = std::uint32_t;
+};
+template <>
+struct KindField<AttrKind::Hex> {
+    using type = std::uint32_t;
+};
+template <>
+struct KindField<AttrKind::Bool> {
+    using type = std::int8_t;
+};
+template <>
+struct KindField<AttrKind::Bool3> {
+    using type = std::int8_t;
+};
+template <>
+struct KindField<AttrKind::Text> {
+    using type = Text;
+};
+template <AttrKind K>
+using FieldOfKind = typename KindField<K>::type;
+
+/// The kind a visitor is called with, as a type: `decltype(kind)::value`.
+template <AttrKind K>
+using KindTag = std::integral_constant<AttrKind, K>;
+
+constexpr bool isSpelled(AttrKind kind) noexcept {
+    return kind == AttrKind::Bool || kind == AttrKind::Bool3 || kind == AttrKind::NewUnit || kind == AttrKind::Enum;
+}
+
+/// The table a spelled kind is written with, and the one its written spelling
+/// is read back with (a three-way flag is written as a two-way one).
+template <AttrKind K>
+const EnumTable& spellingsWritten(const AttrSpec& spec) noexcept {
+    static_assert(isSpelled(K));
+    if constexpr (K == AttrKind::Enum) return *spec.table;
+    if constexpr (K == AttrKind::NewUnit) return kNewUnit;
+    return kBoolean;
+}
+template <AttrKind K>
+const EnumTable& spellingsRead(const AttrSpec& spec) noexcept {
+    static_assert(isSpelled(K));
+    if constexpr (K == AttrKind::Enum) return *spec.table;
+    if constexpr (K == AttrKind::Bool) return kBoolean;
+    return kNewUnit;
+}
+
+namespace detail {
+
+template <AttrKind K, class V>
+auto& fieldOfKind(const AttrSpec& spec, V* record) noexcept {
+    if constexpr (K == AttrKind::Fixed) {
+        return static_cast<const std::int32_t&>(spec.zeroWrittenAs);
+    } else if constexpr (std::is_const_v<V>) {
+        return *static_cast<const FieldOfKind<K>*>(spec.field(record));
+    } else {
+        return *static_cast<FieldOfKind<K>*>(spec.field(record));
+    }
+}
+
+template <AttrKind K, class F, class... V>
+decltype(auto) callWithField(const AttrSpec& spec, F& f, V*... records) {
+    return f(KindTag<K>{}, fieldOfKind<K>(spec, records)...);
+}
+
+}  // namespace detail
+
+/// Calls `f(KindTag<kind>{}, field...)` with the attribute's field in each of
+/// `records` (void* or const void*), typed as its kind holds it; a Fixed
+/// attribute, which has no field, passes its constant. Every branch of `f`
+/// returns the same type.
+template <class F, class... V>
+[[gnu::always_inline]] inline decltype(auto) visitField(const AttrSpec& spec, F&& f, V*... records) {
+    switch (spec.kind) {
+    case AttrKind::I32:
+        return detail::callWithField<AttrKind::I32>(spec, f, records...);
+    case AttrKind::Long:
+        return detail::callWithField<AttrKind::Long>(spec, f, records...);
+    case AttrKind::Sector:
+        return detail::callWithField<AttrKind::Sector>(spec, f, records...);
+    case AttrKind::Hex:
+        return detail::callWithField<AttrKind::Hex>(spec, f, records...);
+    case AttrKind::Bool:
+        return detail::callWithField<AttrKind::Bool>(spec, f, records...);
+    case AttrKind::Bool3:
+        return detail::callWithField<AttrKind::Bool3>(spec, f, records...);
+    case AttrKind::NewUnit:
+        return detail::callWithField<AttrKind::NewUnit>(spec, f, records...);
+    case AttrKind::Text:
+        return detail::callWithField<AttrKind::Text>(spec, f, records...);
+    case AttrKind::Enum:
+        return detail::callWithField<AttrKind::Enum>(spec, f, records...);
+    case AttrKind::Fixed:
+        break;
+    }
+    return detail::callWithField<AttrKind::Fixed>(spec, f, records...);
+}
 
 }  // namespace model
 
@@ -151,8 +265,8 @@ enum class ChildOutcome : std::uint8_t {
 class ElementVisitor {
 public:
     virtual ~ElementVisitor() = default;
-    /// `record` is written with `layout`; `absent`: no record is held, and
-    /// an empty one is written in its place.
+    /// `record` is written with `layout` (a std::string_view for a text
+    /// form); `absent`: no record is held, and an empty one is written in its place.
     virtual void element(const LayoutBase& layout, const void* record, bool absent) = 0;
     /// Told when everything written inside that element has been told.
     virtual void leave(const LayoutBase& layout) { static_cast<void>(layout); }
@@ -227,8 +341,12 @@ void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void*
 /// written inside it, as the writer would write them.
 void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& visitor, bool absent = false);
 
+/// Whether the element of `record` is written in its long form, with its
+/// children; never for a text form.
+bool writtenWithChildren(const LayoutBase& layout, const void* record) noexcept;
+
 /// Writes the element, starting where the caller's new line left the sink and
-/// without a trailing new line.
+/// without a trailing new line. A text form's record is a std::string_view.
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record);
 /// Writes SANConfig and SANBridgeList, one level each, around the bridge
 /// element `bridge` written with `layout`; no new line after the last line.
@@ -288,16 +406,6 @@ private:
     }
 };
 
-/// Typed entry points of the generic loops.
-template <class R>
-bool parseInto(ParseContext& ctx, const Layout<R>& layout, R& record, const char* openName) noexcept {
-    return parseElement(ctx, layout, &record, openName);
-}
-template <class R>
-void writeRecord(writer::XmlSink& out, const Layout<R>& layout, const R& record) {
-    writeElement(out, layout, &record);
-}
-
 namespace detail {
 
 template <class M>
@@ -329,12 +437,13 @@ std::uint32_t offsetOf() {
                                       reinterpret_cast<const char*>(&probe));
 }
 
-template <auto M>
-AttrSpec makeAttr(AttrId id, AttrKind kind, WriteIf when, const EnumTable* table = nullptr,
-                  std::int32_t zeroWrittenAs = 0) {
+// A declaration of kind K for member M, whose type must be the kind's field.
+template <AttrKind K, auto M>
+AttrSpec makeAttr(AttrId id, WriteIf when, const EnumTable* table = nullptr, std::int32_t zeroWrittenAs = 0) {
+    static_assert(std::is_same_v<FieldOf<M>, FieldOfKind<K>>, "the member's type is not the kind's field");
     const char* name = attributeName45(id);
     return AttrSpec{name,          name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u,
-                    static_cast<int>(id), kind, when, zeroWrittenAs, table, offsetOf<M>(),
+                    static_cast<int>(id), K, when, zeroWrittenAs, table, offsetOf<M>(),
                     PaddedName(" ", name, "=\"")};
 }
 
@@ -372,16 +481,25 @@ inline const LayoutBase* chosen(const ChildSpec& spec, const void* record) {
     return index >= 0 && index < spec.alternativeCount ? spec.alternatives[index] : nullptr;
 }
 
-// The record handed to writeElement. A text-content element is written from
-// a view of its characters, whether they are held in a string or in a Text.
-template <class R>
-void writeChildRecord(writer::XmlSink& out, const LayoutBase& layout, const R& record) {
+// What the writer and the visitors are handed for a child record: the record
+// itself, or for a text-content element a std::string_view of its characters,
+// whether they are held in a string or in a Text.
+template <class R, class F>
+void asWritten(const R& record, F&& use) {
     if constexpr (std::is_same_v<R, std::string> || std::is_same_v<R, TextView>) {
         const std::string_view text = record;
-        writeElement(out, layout, &text);
+        use(static_cast<const void*>(&text));
     } else {
-        writeElement(out, layout, &record);
+        use(static_cast<const void*>(&record));
     }
+}
+template <class R>
+void writeChildRecord(writer::XmlSink& out, const LayoutBase& layout, const R& record) {
+    asWritten(record, [&](const void* written) { writeElement(out, layout, written); });
+}
+template <class R>
+void visitChildRecord(const LayoutBase& layout, const R& record, ElementVisitor& visitor, bool absent = false) {
+    asWritten(record, [&](const void* written) { visitElement(layout, written, visitor, absent); });
 }
 // What `pick` sees of an optional child: a Text has no alternatives to pick from.
 template <class F>
@@ -425,39 +543,28 @@ void writeRepeated(writer::XmlSink& out, const ChildSpec& spec, const void* fiel
     }
 }
 
-// The record an optional field holds; a text-content element is told of its field.
-template <class F>
-const void* heldRecord(const F& value) {
-    if constexpr (std::is_same_v<F, Text>) {
-        return &value;
-    } else {
-        return &*value;
-    }
-}
-
 template <class C>
 void visitSingle(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
-    visitElement(*spec.layout, field, visitor);
+    visitChildRecord(*spec.layout, *static_cast<const C*>(field), visitor);
 }
 template <class F>
 void visitOptional(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
     const auto& value = *static_cast<const F*>(field);
     if (!value) return;
-    if (const LayoutBase* layout = chosen(spec, pickedRecord(value))) visitElement(*layout, heldRecord(value), visitor);
+    if (const LayoutBase* layout = chosen(spec, pickedRecord(value))) visitChildRecord(*layout, *value, visitor);
 }
 template <class F>
 void visitOptionalAlways(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
     const auto& value = *static_cast<const F*>(field);
     if (value) {
-        visitElement(*spec.layout, heldRecord(value), visitor);
+        visitChildRecord(*spec.layout, *value, visitor);
     } else {
-        const typename F::value_type empty{};
-        visitElement(*spec.layout, &empty, visitor, true);
+        visitChildRecord(*spec.layout, typename F::value_type{}, visitor, true);
     }
 }
 template <class C>
 void visitRepeated(const ChildSpec& spec, const void* field, ElementVisitor& visitor) {
-    for (const C& record : *static_cast<const std::vector<C>*>(field)) visitElement(*spec.layout, &record, visitor);
+    for (const C& record : *static_cast<const std::vector<C>*>(field)) visitChildRecord(*spec.layout, record, visitor);
 }
 
 inline bool alwaysPresent(const ChildSpec&, const void*) { return true; }
@@ -473,53 +580,54 @@ bool repeatedPresent(const ChildSpec&, const void* field) {
 
 }  // namespace detail
 
+/// Typed entry points of the generic loops.
+template <class R>
+bool parseInto(ParseContext& ctx, const Layout<R>& layout, R& record, const char* openName) noexcept {
+    return parseElement(ctx, layout, &record, openName);
+}
+template <class R>
+void writeRecord(writer::XmlSink& out, const Layout<R>& layout, const R& record) {
+    detail::writeChildRecord(out, layout, record);
+}
+
 /// Attribute declarations; see the comment at the top of this file.
 namespace attr {
 
 template <auto M>
 AttrSpec i32(AttrId id, WriteIf when = WriteIf::Always, std::int32_t zeroWrittenAs = 0) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
-    return detail::makeAttr<M>(id, AttrKind::I32, when, nullptr, zeroWrittenAs);
+    return detail::makeAttr<AttrKind::I32, M>(id, when, nullptr, zeroWrittenAs);
 }
 template <auto M>
 AttrSpec long32(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
-    return detail::makeAttr<M>(id, AttrKind::Long, when);
+    return detail::makeAttr<AttrKind::Long, M>(id, when);
 }
 template <auto M>
 AttrSpec sector(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::uint32_t>);
-    return detail::makeAttr<M>(id, AttrKind::Sector, when);
+    return detail::makeAttr<AttrKind::Sector, M>(id, when);
 }
 template <auto M>
 AttrSpec hex(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::uint32_t>);
-    return detail::makeAttr<M>(id, AttrKind::Hex, when);
+    return detail::makeAttr<AttrKind::Hex, M>(id, when);
 }
 template <auto M>
 AttrSpec boolean(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int8_t>);
-    return detail::makeAttr<M>(id, AttrKind::Bool, when);
+    return detail::makeAttr<AttrKind::Bool, M>(id, when);
 }
 template <auto M>
 AttrSpec bool3(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int8_t>);
-    return detail::makeAttr<M>(id, AttrKind::Bool3, when);
+    return detail::makeAttr<AttrKind::Bool3, M>(id, when);
 }
 template <auto M>
 AttrSpec newUnit(AttrId id) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
-    return detail::makeAttr<M>(id, AttrKind::NewUnit, WriteIf::Always);
+    return detail::makeAttr<AttrKind::NewUnit, M>(id, WriteIf::Always);
 }
 template <auto M>
 AttrSpec text(AttrId id, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, Text>);
-    return detail::makeAttr<M>(id, AttrKind::Text, when);
+    return detail::makeAttr<AttrKind::Text, M>(id, when);
 }
 template <auto M>
 AttrSpec spelled(AttrId id, const EnumTable& table, WriteIf when = WriteIf::Always) {
-    static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
-    return detail::makeAttr<M>(id, AttrKind::Enum, when, &table);
+    return detail::makeAttr<AttrKind::Enum, M>(id, when, &table);
 }
 
 /// An attribute no field holds, written as `value` and passed over when read.

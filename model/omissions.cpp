@@ -9,16 +9,11 @@ namespace model {
 
 namespace {
 
-std::int32_t writtenNumber(const AttrSpec& spec, const void* record) {
-    const std::int32_t value = *static_cast<const std::int32_t*>(spec.field(const_cast<void*>(record)));
-    return value == 0 && spec.zeroWrittenAs != 0 ? spec.zeroWrittenAs : value;
-}
-
-std::string_view textOf(const AttrSpec& spec, const void* record) {
-    const Text& text = *static_cast<const Text*>(spec.field(const_cast<void*>(record)));
+// A stored text ends at a NUL; an absent one is written as an empty one.
+std::string_view textOf(const Text& text) {
     if (!text) return {};
     const std::string_view held = *text;
-    return held.substr(0, held.find('\0'));  // a stored text ends at a NUL
+    return held.substr(0, held.find('\0'));
 }
 
 // Whether the two records give the attribute different written forms: an
@@ -27,29 +22,21 @@ bool writtenDifferently(const AttrSpec& spec, const void* a, const void* b) {
     const bool inA = attributeWritten(spec, a);
     if (inA != attributeWritten(spec, b)) return true;
     if (!inA) return false;
-    auto as = [&spec](const void* record, auto type) {
-        return *static_cast<const decltype(type)*>(spec.field(const_cast<void*>(record)));
-    };
-    switch (spec.kind) {
-    case AttrKind::I32:
-    case AttrKind::Long:
-        return writtenNumber(spec, a) != writtenNumber(spec, b);
-    case AttrKind::Sector:
-    case AttrKind::Hex:
-        return as(a, std::uint32_t{}) != as(b, std::uint32_t{});
-    case AttrKind::Bool:
-    case AttrKind::Bool3:
-        return (as(a, std::int8_t{}) != 0) != (as(b, std::int8_t{}) != 0);
-    case AttrKind::NewUnit:
-        return std::strcmp(kNewUnit.spell(as(a, std::int32_t{})), kNewUnit.spell(as(b, std::int32_t{}))) != 0;
-    case AttrKind::Text:
-        return textOf(spec, a) != textOf(spec, b);
-    case AttrKind::Enum:
-        return std::strcmp(spec.table->spell(as(a, std::int32_t{})), spec.table->spell(as(b, std::int32_t{}))) != 0;
-    case AttrKind::Fixed:
-        return false;
-    }
-    return false;
+    return visitField(
+        spec,
+        [&spec](auto kind, const auto& x, const auto& y) {
+            constexpr AttrKind k = decltype(kind)::value;
+            if constexpr (k == AttrKind::I32 || k == AttrKind::Long) {
+                return spec.writtenNumber(x) != spec.writtenNumber(y);
+            } else if constexpr (isSpelled(k)) {
+                return std::strcmp(spellingsWritten<k>(spec).spell(x), spellingsWritten<k>(spec).spell(y)) != 0;
+            } else if constexpr (k == AttrKind::Text) {
+                return textOf(x) != textOf(y);
+            } else {
+                return x != y;
+            }
+        },
+        a, b);
 }
 
 // The attribute `id` as `layout` writes it, or null.
@@ -115,11 +102,17 @@ void OmissionFinder::compare(const LayoutBase& layout, const LayoutBase& other, 
         if (const AttrSpec* kept = writtenAttribute(other, spec.id)) {
             const bool spelled = spec.kind == AttrKind::Enum && kept->kind == AttrKind::Enum;
             if (!spelled || !attributeWritten(spec, record)) continue;
-            const std::int32_t value = *static_cast<const std::int32_t*>(spec.field(const_cast<void*>(record)));
-            const char* spelling = spec.table->spell(value);
-            if (std::strcmp(spelling, kept->table->spell(value)) != 0) {
-                add(OmissionKind::Spelling, spelling, spec.name, {});
-            }
+            visitField(
+                spec,
+                [&](auto kind, const auto& value) {
+                    if constexpr (decltype(kind)::value == AttrKind::Enum) {
+                        const char* spelling = spec.table->spell(value);
+                        if (std::strcmp(spelling, kept->table->spell(value)) != 0) {
+                            add(OmissionKind::Spelling, spelling, spec.name, {});
+                        }
+                    }
+                },
+                record);
             continue;
         }
         if (!writtenDifferently(spec, record, blank)) continue;
