@@ -1,13 +1,15 @@
 #include "tool/migrate.h"
 
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "legacy/document40.h"
 #include "legacy/sanparse_x.h"
+#include "model/layout45.h"
+#include "model/normalise.h"
 #include "tool/backconvert.h"
 #include "tool/conversion_observer.h"
-#include "tool/migrate_partition.h"
 
 namespace tool {
 
@@ -38,8 +40,9 @@ model::PhysicalAdapter rebuildAdapter(legacy::PhysicalAdapter& old) {
 
 // The texts are taken from the 4.0 device rather than copied, and what is left
 // of it is released at once: it is released with its adapter in any case, and
-// this way the next device's records reuse its memory.
-model::PhysicalDev convertDevice(model::PhysicalDev& old) {
+// this way the next device's records reuse its memory. Nothing when the
+// server partition can't be carried.
+std::optional<model::PhysicalDev> convertDevice(model::PhysicalDev& old, model::Normaliser& normalise) {
     model::PhysicalDev device;
     device.name = std::move(old.name);
     device.type = std::move(old.type);
@@ -73,7 +76,8 @@ model::PhysicalDev convertDevice(model::PhysicalDev& old) {
     // A fresh configuration-partition record: the 4.0 area is not valid in 4.5.
     if (old.confPartition) device.confPartition.emplace();
     // The server partition becomes what the 4.5 writer and reader make of it.
-    device.nimbraPartition = normalisePartition(old.nimbraPartition);
+    device.nimbraPartition = std::move(old.nimbraPartition);
+    if (!normalise(model::kNimbraPartition45, device.nimbraPartition)) return std::nullopt;
     // As many facts as before, but empty: their 4.0 texts do not apply any more.
     device.infoItems.resize(old.infoItems.size());
     old = model::PhysicalDev{};
@@ -117,9 +121,13 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
         for (const legacy::PhysicalAdapter& adapter : oldAdapters) deviceCount += adapter.physicalDevs.size();
         std::vector<model::PhysicalDev>& devices = root->physicalResources.physicalDevs.items;
         devices.reserve(deviceCount);
+        model::Normaliser normalise(model::schema45());
         for (legacy::PhysicalAdapter& adapter : oldAdapters) {
             for (model::PhysicalDev& device : adapter.physicalDevs) {
-                if (!isFurtherPath(device)) devices.push_back(convertDevice(device));
+                if (isFurtherPath(device)) continue;
+                std::optional<model::PhysicalDev> converted = convertDevice(device, normalise);
+                if (!converted) return nullptr;
+                devices.push_back(std::move(*converted));
             }
         }
         std::vector<model::PhysicalAdapter>& adapters = root->physicalResources.physicalAdapters.items;
@@ -143,8 +151,6 @@ std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {
         root->serializer = &serialiseDownLevel;
         return root;
     } catch (const std::bad_alloc&) {
-        return nullptr;
-    } catch (const MigrationFailed&) {
         return nullptr;
     }
 }
