@@ -41,15 +41,6 @@ TEST(ReadXMLFromFile, InvalidParameters) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), line + line);
 }
 
-// A character device has no end to seek to: its size reads as 0.
-TEST(ReadXMLFromFile, UnsizedInputIsAnInvalidSize) {
-    tool::ConfigText text;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(tool::readXMLFromFile("/dev/null", &text, true), -4);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "readXMLFromFile(): Invalid file size: 0\n");
-    EXPECT_EQ(text.text, nullptr);
-}
-
 // A buffer the process can't have: the code and its line, and nothing kept.
 // A child with its data limited below the file's size asks for it.
 TEST(ReadXMLFromFile, BufferThatCannotBeHad) {
