@@ -52,8 +52,12 @@ struct Normaliser::Plan {
         std::int32_t other = 0;             // and what the text for any other value does
     };
     const LayoutBase* layout = nullptr;
-    bool inPlace = false;     // its records can be normalised field by field
-    std::vector<Attr> attrs;  // beside layout->attrs
+    bool inPlace = false;        // its records can be normalised field by field
+    bool alwaysAttribute = false;  // some attribute is written whatever the record holds
+    std::vector<Attr> attrs;     // beside layout->attrs
+    // Most fields come back as they are; these are the ones to look at.
+    std::vector<std::size_t> texts;    // read back: a text must be plain
+    std::vector<std::size_t> changes;  // what reading back may change
 };
 
 Normaliser::Normaliser(const Schema& schema) noexcept : schema_(schema) {}
@@ -102,6 +106,14 @@ Normaliser::Plan Normaliser::makePlan(const LayoutBase& layout) const {
             return true;
         });
         if (!known) return plan;
+        const std::size_t index = plan.attrs.size();
+        if (attr.readBack && spec.kind == AttrKind::Text) plan.texts.push_back(index);
+        const bool asWritten = spec.kind == AttrKind::Sector || (spec.kind == AttrKind::I32 && spec.zeroWrittenAs == 0) ||
+                               (spec.kind == AttrKind::Long && spec.zeroWrittenAs == 0);
+        if (spec.when == WriteIf::Always) plan.alwaysAttribute = true;
+        if (spec.kind != AttrKind::Fixed && !(attr.readBack && spec.when == WriteIf::Always && asWritten)) {
+            plan.changes.push_back(index);
+        }
         plan.attrs.push_back(std::move(attr));
     }
     // Each child must come back into the field it was written from.
@@ -149,12 +161,9 @@ public:
             inPlace = false;
             return;
         }
-        bool anyWritten = false;
-        for (std::size_t i = 0; i < layout.attrs.size(); ++i) {
+        for (const std::size_t i : plan.texts) {
             const AttrSpec& spec = layout.attrs[i];
             if (!attributeWritten(spec, record)) continue;
-            anyWritten = true;
-            if (!plan.attrs[i].readBack) continue;
             inPlace = inPlace && visitField(
                                      spec,
                                      [](auto kind, const auto& value) {
@@ -167,7 +176,11 @@ public:
                                      record);
         }
         // An element written as "<X/>" without attributes is passed over by the reader.
-        if (!anyWritten && !writtenWithChildren(layout, record)) inPlace = false;
+        if (!plan.alwaysAttribute && !writtenWithChildren(layout, record)) {
+            bool anyWritten = false;
+            for (const AttrSpec& spec : layout.attrs) anyWritten = anyWritten || attributeWritten(spec, record);
+            if (!anyWritten) inPlace = false;
+        }
     }
     void leave(const LayoutBase&) override { --depth_; }
 
@@ -188,7 +201,7 @@ public:
         const Plan& plan = owner_.plan(layout);
         void* record = const_cast<void*>(held);
         const void* blank = layout.blank();
-        for (std::size_t i = 0; i < layout.attrs.size(); ++i) {
+        for (const std::size_t i : plan.changes) {
             const AttrSpec& spec = layout.attrs[i];
             const Plan::Attr& attr = plan.attrs[i];
             const bool readBack = attr.readBack && attributeWritten(spec, record);

@@ -116,7 +116,10 @@ private:
         block[sizeof size + text.size()] = '\0';
         return block;
     }
-    static void release(char* block) noexcept { ::operator delete(block); }
+    // Most texts are absent: no call for them.
+    static void release(char* block) noexcept {
+        if (block != nullptr) ::operator delete(block);
+    }
     void replace(char* block) noexcept { release(std::exchange(block_, block)); }
 
     char* block_ = nullptr;
