@@ -52,9 +52,9 @@ struct Normaliser::Plan {
         std::int32_t other = 0;             // and what the text for any other value does
     };
     const LayoutBase* layout = nullptr;
-    bool inPlace = false;        // its records can be normalised field by field
+    bool inPlace = false;          // its records can be normalised field by field
     bool alwaysAttribute = false;  // some attribute is written whatever the record holds
-    std::vector<Attr> attrs;     // beside layout->attrs
+    std::vector<Attr> attrs;       // beside layout->attrs
     // Most fields come back as they are; these are the ones to look at.
     std::vector<std::size_t> texts;    // read back: a text must be plain
     std::vector<std::size_t> changes;  // what reading back may change
@@ -108,8 +108,8 @@ Normaliser::Plan Normaliser::makePlan(const LayoutBase& layout) const {
         if (!known) return plan;
         const std::size_t index = plan.attrs.size();
         if (attr.readBack && spec.kind == AttrKind::Text) plan.texts.push_back(index);
-        const bool asWritten = spec.kind == AttrKind::Sector || (spec.kind == AttrKind::I32 && spec.zeroWrittenAs == 0) ||
-                               (spec.kind == AttrKind::Long && spec.zeroWrittenAs == 0);
+        const bool asWritten = spec.kind == AttrKind::Sector ||
+                               ((spec.kind == AttrKind::I32 || spec.kind == AttrKind::Long) && spec.zeroWrittenAs == 0);
         if (spec.when == WriteIf::Always) plan.alwaysAttribute = true;
         if (spec.kind != AttrKind::Fixed && !(attr.readBack && spec.when == WriteIf::Always && asWritten)) {
             plan.changes.push_back(index);
