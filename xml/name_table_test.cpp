@@ -8,25 +8,6 @@
 namespace xml {
 namespace {
 
-TEST(NameTable, Hash) {
-    struct Row {
-        std::string_view name;
-        std::uint32_t hash;
-    };
-    const Row rows[] = {
-        {"", 0},
-        {"a", 97},
-        {"ab", 97 * 9 + 98},
-        {"\xff", 255},                               // bytes are unsigned
-        {std::string_view("ab\0cd", 5), 97 * 9 + 98}, // a NUL ends the name
-        {"zzzzzzzzzzzz", 3493200728u},               // wraps round at 32 bits
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.name));
-        EXPECT_EQ(nameHash(row.name), row.hash);
-    }
-}
-
 TEST(NameTable, Lookup) {
     NameTable table(523);
     table.insert(208, "name");
