@@ -9,6 +9,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "xml/name_table.h"
 #include "xml/source.h"
 #include "xml/token_slot.h"
 
@@ -35,6 +36,14 @@ constexpr std::array<bool, 256> kNameRunStops = [] {
 // Bit i set where byte i of the 16 at `p` is `c`.
 inline unsigned bytesEqual(__m128i block, char c) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(c))));
+}
+// Half `half` of the block as a little-endian word, with the bytes from
+// position `length` on as zero: a name's last block as the hash takes it.
+inline std::uint64_t wordBefore(__m128i block, unsigned length, int half) noexcept {
+    const std::uint64_t word = static_cast<std::uint64_t>(
+        _mm_cvtsi128_si64(half == 0 ? block : _mm_unpackhi_epi64(block, block)));
+    const unsigned bytes = length > 8u * half ? length - 8u * half : 0;
+    return bytes >= 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
 }
 // Set bits, one step per bit: there are seldom more than one (a line end), and
 // without a popcount instruction in the baseline ISA std::popcount is a call.
@@ -126,10 +135,12 @@ struct Lexer::Impl {
     }
 
     // Takes the run of bytes before the first `stop`, CR or the end into the
-    // token, counting its line ends. Values and character data are scanned 16
-    // bytes at a time: most are shorter, so one step ends the scan whatever
-    // their length.
-    [[gnu::always_inline]] void takeUntil(char stop) noexcept {
+    // token, counting its line ends, and returns its length. Values and
+    // character data are scanned 16 bytes at a time: most are shorter, so one
+    // step ends the scan whatever their length. A run that ends in its first
+    // block without a NUL has its key measured on the way (a value may be an
+    // enumeration's word, to be looked up).
+    [[gnu::always_inline]] std::size_t takeUntil(char stop, NameKey* key = nullptr) noexcept {
         const char* q = p;
         unsigned long lines = 0;
 #if defined(__SSE2__)
@@ -139,7 +150,15 @@ struct Lexer::Impl {
             const unsigned lineEnds = bytesEqual(block, '\n');
             if (stops != 0) {
                 const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
-                lines += countBits(lineEnds & ((1u << at) - 1));
+                const unsigned before = (1u << at) - 1;
+                lines += countBits(lineEnds & before);
+                if (key != nullptr && q == p && (bytesEqual(block, '\0') & before) == 0) {
+                    key->data = q;
+                    key->length = at;
+                    key->hash = hashEnd(at == 0 ? kNameHashSeed : hashBlock(kNameHashSeed, wordBefore(block, at, 0),
+                                                                           wordBefore(block, at, 1)),
+                                        at);
+                }
                 q += at;
                 goto found;
             }
@@ -152,8 +171,10 @@ struct Lexer::Impl {
 #endif
         // A stop that is LF itself ends the run before any line is counted.
         sourceLine += lines;
-        t.appendRaw(p, static_cast<std::size_t>(q - p));
+        const std::size_t length = static_cast<std::size_t>(q - p);
+        t.appendRaw(p, length);
         p = q;
+        return length;
     }
 
     // Element or attribute name, as the payload; stops before white space, "/",
@@ -162,11 +183,37 @@ struct Lexer::Impl {
         t.markDataStart();
         const char* q = p;
         std::uint32_t hash = 0;
-        for (; q != end && !kNameRunStops[static_cast<unsigned char>(*q)]; ++q) {
-            hash = hash * 9 + static_cast<unsigned char>(*q);
+        bool hashed = false;
+#if defined(__SSE2__)
+        // A name's end and its hash, a block at a time; a byte below "!" that
+        // is not white space (a NUL ends the key there) goes the careful way.
+        std::uint64_t h = kNameHashSeed;
+        while (end - q >= 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+            const __m128i low = _mm_min_epu8(block, _mm_set1_epi8(' '));
+            const unsigned stops = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(low, block))) |
+                                   bytesEqual(block, '/') | bytesEqual(block, '=') | bytesEqual(block, '>');
+            if (stops == 0) {
+                h = hashBlock(h, wordBefore(block, 16, 0), wordBefore(block, 16, 1));
+                q += 16;
+                continue;
+            }
+            const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
+            if (!endsName(static_cast<unsigned char>(q[at]))) break;
+            if (at != 0) h = hashBlock(h, wordBefore(block, at, 0), wordBefore(block, at, 1));
+            q += at;
+            hash = hashEnd(h, static_cast<std::size_t>(q - p));
+            hashed = true;
+            break;
         }
-        const std::uint32_t hashed = static_cast<std::uint32_t>(q - p);
-        while (q != end && !endsName(static_cast<unsigned char>(*q))) ++q;  // past a NUL, which ends only the key
+#endif
+        std::size_t keyLength = static_cast<std::size_t>(q - p);
+        if (!hashed) {
+            while (q != end && !kNameRunStops[static_cast<unsigned char>(*q)]) ++q;
+            keyLength = static_cast<std::size_t>(q - p);
+            hash = nameHash(std::string_view(p, keyLength));
+            while (q != end && !endsName(static_cast<unsigned char>(*q))) ++q;  // past a NUL, which ends only the key
+        }
         t.appendRaw(p, static_cast<std::size_t>(q - p));
         const std::uint32_t taken = static_cast<std::uint32_t>(q - p);
         p = q;
@@ -176,7 +223,7 @@ struct Lexer::Impl {
         if (measure && t.hasData && t.dataLength == taken) {
             t.named = true;
             t.nameHash = hash;
-            t.nameLength = hashed;
+            t.nameLength = static_cast<std::uint32_t>(keyLength);
         }
     }
 
@@ -241,8 +288,9 @@ inline void Lexer::Impl::lex() noexcept {
         t.type = Tok::AttValue;
         if (take() == -1) t.appendByte(static_cast<char>(-1));  // the end of input, kept as a byte
         t.markDataStart();
-        for (;;) {
-            if (delimiter != -1) takeUntil(static_cast<char>(delimiter));
+        NameKey key;
+        for (bool first = true;; first = false) {
+            if (delimiter != -1) takeUntil(static_cast<char>(delimiter), first ? &key : nullptr);
             const int c = peek();
             if (c == -1) {
                 t.type = Tok::Eof;
@@ -250,9 +298,15 @@ inline void Lexer::Impl::lex() noexcept {
                 return;
             }
             if (c == delimiter) break;
+            key.data = nullptr;  // the value goes on past a line end
             take();
         }
         t.markDataEnd();
+        if (key.data != nullptr && t.hasData && t.dataLength == key.length) {
+            t.named = true;
+            t.nameHash = key.hash;
+            t.nameLength = static_cast<std::uint32_t>(key.length);
+        }
         take();
         state = LexState::InTag;
         break;
