@@ -3,7 +3,7 @@
 
 Normally started through bench/run.sh, which installs the packages and builds
 the programs first. For each document size it runs, alternating and in the
-same run, four commands on the same 4.0 document:
+same run, five commands on the same 4.0 document and one on its conversion:
 
   xlate45   xlate45 DOC OUT -q                   (the product)
   pugixml   pugixml_roundtrip DOC OUT            (load, indented save: the reference)
@@ -11,12 +11,15 @@ same run, four commands on the same 4.0 document:
   floor     io_floor DOC OUT                     (read, write temp, fsync, rename)
   report    nbconf report DOC OUT                (the same reading, migration and fix-ups,
                                                   in memory, with the findings; writes nothing)
+  downgrade nbconf downgrade -q DOC45 OUT        (the way back; DOC45 is xlate45's
+                                                  output for DOC, made once per size)
 
 one warm-up round, then --runs timed rounds. Each command runs under
 bench_measure, which reports wall time and peak resident memory (wait4). The
 table gives medians of the wall times, the ratios xlate45/pugixml,
-xlate45/floor and report/xlate45, and the largest peak memory seen divided by
-the input size. The report's exit status is its verdict (0, 1 or 3).
+xlate45/floor, report/xlate45 and downgrade/xlate45, and the largest peak
+memory seen divided by the input size (the converted document's size for the
+downgrade). The report's exit status is its verdict (0, 1 or 3).
 
 Every command writes into the same directory on every round and replaces its
 own previous output there, as an administrator's repeated run would. For
@@ -37,7 +40,7 @@ import sys
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-PROGRAMS = ("xlate45", "pugixml", "xmllint", "floor", "report")
+PROGRAMS = ("xlate45", "pugixml", "xmllint", "floor", "report", "downgrade")
 # Exit statuses that are a completed run; the report's is its verdict.
 COMPLETED = {"report": (0, 1, 3)}
 
@@ -51,7 +54,7 @@ def parse_args():
     parser.add_argument("--xlate45", type=Path, default=None,
                         help="the xlate45 to measure (default: the one in --build-dir), e.g. an older build")
     parser.add_argument("--nbconf", type=Path, default=None,
-                        help="the nbconf whose report is measured (default: the one in --build-dir)")
+                        help="the nbconf whose report and downgrade are measured (default: the one in --build-dir)")
     parser.add_argument("--generator", type=Path,
                         default=ROOT.parent / "shared" / "bench" / "gen_large40.py")
     args = parser.parse_args()
@@ -90,9 +93,10 @@ def document(args, scale):
     return path
 
 
-def commands(args, doc, out):
+def commands(args, doc, converted, out):
     bench = args.build_dir / "bench"
     return {
+        "downgrade": [str(args.nbconf), "downgrade", "-q", str(converted), str(out / "downgrade.conf")],
         "xlate45": [str(args.xlate45), str(doc), str(out / "xlate45.conf"), "-q"],
         "pugixml": [str(bench / "pugixml_roundtrip"), str(doc), str(out / "pugixml.xml")],
         "xmllint": ["xmllint", "--format", "--output", str(out / "xmllint.xml"), str(doc)],
@@ -119,7 +123,10 @@ def run_size(args, scale):
     shutil.rmtree(out, ignore_errors=True)
     out.mkdir(parents=True)
     env = dict(os.environ, NBHOME=str(out / "home"))
-    cmds = commands(args, doc, out)
+    converted = args.build_dir / "converted" / f"large45_seed1_scale{scale}.conf"
+    converted.parent.mkdir(parents=True, exist_ok=True)
+    subprocess.run([str(args.xlate45), str(doc), str(converted), "-q"], env=env, check=True)
+    cmds = commands(args, doc, converted, out)
     walls = {name: [] for name in PROGRAMS}
     peaks = {name: [] for name in PROGRAMS}
     failed = {}
@@ -139,6 +146,7 @@ def run_size(args, scale):
     return {
         "scale": scale,
         "bytes": size,
+        "converted_bytes": converted.stat().st_size,
         "wall_s": {n: statistics.median(w) for n, w in walls.items() if w and n not in failed},
         "peak_bytes": {n: max(p) for n, p in peaks.items() if p and n not in failed},
         "runs": {n: walls[n] for n in PROGRAMS},
@@ -161,22 +169,24 @@ def report(args, results):
     cpu = next((line.split(":", 1)[1].strip() for line in open("/proc/cpuinfo")
                 if line.startswith("model name")), "unknown processor")
     print(f"\n{os.cpu_count()} x {cpu}")
-    print(f"wall: median of {args.runs} runs after a warm-up, the five commands alternating; "
+    print(f"wall: median of {args.runs} runs after a warm-up, the six commands alternating; "
           f"peak: largest resident set / input size. Load average at the end {load[0]:.2f}.")
     if args.runs < 5:
         print("(fewer than 5 runs: a quick look, not a figure to quote)")
     print()
-    print("| document | xlate45 ms | pugixml ms | xmllint ms | floor ms | report ms | xlate45 / pugixml "
-          "| xlate45 / floor | report / xlate45 | xlate45 MB/s | peak / input: xlate45 | pugixml | xmllint "
-          "| floor | report |")
-    print("|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|")
+    print("| document | xlate45 ms | pugixml ms | xmllint ms | floor ms | report ms | downgrade ms "
+          "| xlate45 / pugixml | xlate45 / floor | report / xlate45 | downgrade / xlate45 | xlate45 MB/s "
+          "| peak / input: xlate45 | pugixml | xmllint | floor | report | downgrade |")
+    print("|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|--:|")
     for r in results:
         wall, peak, mb = r["wall_s"], r["peak_bytes"], r["bytes"] / 1e6
         x = wall.get("xlate45")
         cells = [f"{mb:.1f} MB"] + [millis(wall.get(n), r["failed"].get(n)) for n in PROGRAMS]
         cells += [ratio(x, wall.get("pugixml")), ratio(x, wall.get("floor")), ratio(wall.get("report"), x),
+                  ratio(wall.get("downgrade"), x),
                   f"{mb / x:.0f}" if x else "n/a"]
-        cells += [ratio(peak.get(n), r["bytes"]) for n in PROGRAMS]
+        # The way back reads the converted document: its peak is against that one's size.
+        cells += [ratio(peak.get(n), r["converted_bytes"] if n == "downgrade" else r["bytes"]) for n in PROGRAMS]
         print("| " + " | ".join(cells) + " |")
     print()
     for r in results:
@@ -200,6 +210,10 @@ def report(args, results):
         if r["scale"] >= 10 and "report" in r["wall_s"]:
             checks.append(("report <= 2.0 x xlate45", r["wall_s"]["report"] <= 2.0 * x))
             checks.append(("report peak <= 3.0 x input", r["peak_bytes"]["report"] <= 3.0 * r["bytes"]))
+        if r["scale"] >= 10 and "downgrade" in r["wall_s"]:
+            checks.append(("downgrade <= 1.5 x xlate45", r["wall_s"]["downgrade"] <= 1.5 * x))
+            checks.append(("downgrade peak <= 3.0 x its input",
+                           r["peak_bytes"]["downgrade"] <= 3.0 * r["converted_bytes"]))
         line = f"scale {r['scale']} bars: " + ", ".join(f"{what} {'ok' if ok else 'MISSED'}" for what, ok in checks)
         if r["scale"] < 10 and "floor" in r["peak_bytes"]:
             # A few megabytes of any process (libraries, stack, heap) are the

@@ -7,7 +7,9 @@
 #include <string_view>
 
 #include "host/cfgrepository.h"
+#include "legacy/sanparse_x.h"
 #include "model/sanparse.h"
+#include "tool/backconvert.h"
 #include "tool/migrate.h"
 #include "tool/upgrade_report.h"
 #include "writer/document.h"
@@ -76,6 +78,12 @@ void read45AndWrite(const std::uint8_t* data, std::size_t size) noexcept {
     std::unique_ptr<model::SANBridge> bridge = model::readBridge45(text.data(), text.size());
     if (!bridge) return;
     static_cast<void>(writer::writeDocumentToMemory(bridge.get(), 0));
+    // And the way back, read again by the 4.0 reader.
+    tool::LeftOut leftOut;
+    static_cast<void>(tool::findLeftOut(*bridge, leftOut));
+    model::SerializedText old;
+    if (tool::serialiseDownLevel(bridge.get(), &old) != 0) return;
+    static_cast<void>(legacy::readBridge40(old.text.get(), static_cast<std::size_t>(old.length)));
 }
 
 void readRepositoryDescription(const std::uint8_t* data, std::size_t size) noexcept {

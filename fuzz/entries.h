@@ -20,8 +20,9 @@ void convert40(const std::uint8_t* data, std::size_t size) noexcept;
 /// at the end stays: the report must finish on it where the tool never does.
 void reportUpgrade(const std::uint8_t* data, std::size_t size) noexcept;
 
-/// The 4.5 reader over the input, and the document of what it read written
-/// back to memory.
+/// The 4.5 reader over the input, the document of what it read written back
+/// to memory, and the way back: what is left out, and the 4.0 document of it
+/// read by the 4.0 reader.
 void read45AndWrite(const std::uint8_t* data, std::size_t size) noexcept;
 
 /// The repository description parser over the input.

@@ -4,15 +4,14 @@
 #include "legacy/records40.h"
 #include "model/layout.h"
 
-// The element layouts of the 4.0 document, for reading only: nothing writes
-// the 4.0 layout. Each lists the attributes the 4.0 parser stores and the
-// children it keeps; any other known child is parsed and released, and an
-// attribute a value-first parser does not list is consumed with its value.
+// The element layouts of the 4.0 document, for reading and writing. Each lists
+// the attributes the 4.0 parser reads, in the order they are written, and the
+// children it keeps, in the order they are written; any other known child is
+// parsed and released, and an attribute a value-first parser does not list is
+// consumed with its value. Forms and write conditions are those of the same
+// element in 4.5.
 
 namespace legacy {
-
-/// Nothing writes these layouts, so their form matters only for text content.
-constexpr model::Form kReadOnly = model::Form::AlwaysLong;
 
 // Physical side (layout40_physical.cpp).
 extern const model::Layout<model::SCSIAddress> kSCSIAddress40;

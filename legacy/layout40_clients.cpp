@@ -11,10 +11,23 @@
 
 namespace legacy {
 
+namespace {
+
+// 4.0 has no "machine" access: such an initiator is written as the access a
+// 4.0 reader makes of that word, none. Read as in 4.5.
+constexpr model::Spelling kInitiatorAccessTypeSpellings40[] = {{1, "mobile"}, {2, "stationary"}, {3, "public"}};
+const model::EnumTable kInitiatorAccessType40{
+    kInitiatorAccessTypeSpellings40, static_cast<int>(std::size(kInitiatorAccessTypeSpellings40)),
+    model::kInitiatorAccessType.otherText, model::kInitiatorAccessType.readings,
+    model::kInitiatorAccessType.readingCount, model::kInitiatorAccessType.otherValue};
+
+}  // namespace
+
 using model::Layout;
 using model::ReadOrder;
 using A = model::AttrId;
 using E = model::ElementId;
+using W = model::WriteIf;
 namespace attr = model::attr;
 namespace child = model::child;
 namespace m = model;
@@ -22,13 +35,13 @@ namespace m = model;
 // WWPNMap shares the WWPNPair parser, record and routine; it has its own entry
 // only so that FibreChannelProperties can keep it by its number.
 const Layout<m::WWPNPair> kWWPNPair40{
-    E::WWPNPair, "WWPNPair", "parseWWPNPair", kReadOnly,
+    E::WWPNPair, "WWPNPair", "parseWWPNPair", m::Form::AlwaysShort,
     {
         attr::text<&m::WWPNPair::initiatorWWPN>(A::initiatorWWPN),
         attr::text<&m::WWPNPair::targetWWPN>(A::targetWWPN),
     }};
 const Layout<m::WWPNPair> kWWPNMap40{
-    E::WWPNMap, "WWPNMap", "parseWWPNPair", kReadOnly,
+    E::WWPNMap, "WWPNMap", "parseWWPNPair", m::Form::AlwaysShort,
     {
         attr::text<&m::WWPNPair::initiatorWWPN>(A::initiatorWWPN),
         attr::text<&m::WWPNPair::targetWWPN>(A::targetWWPN),
@@ -36,7 +49,7 @@ const Layout<m::WWPNPair> kWWPNMap40{
     {}, {.record = "WWPNPair"}};
 
 const Layout<m::WWPNPairList> kWWPNPairList40{
-    E::WWPNPairList, "WWPNPairList", "parseWWPNPairList", kReadOnly, {},
+    E::WWPNPairList, "WWPNPairList", "parseWWPNPairList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::WWPNPairList::items>(kWWPNPair40, 16)}};
 
 namespace {
@@ -44,7 +57,7 @@ namespace {
 // A 4.0 client keeps its WWPN pairs in one list of its own: WWPNPair and
 // WWPNMap elements directly inside FibreChannelProperties, and the pairs of a
 // WWPNPairList child, all in document order. They land in the one pair list
-// that 4.5 writes.
+// that 4.5 writes, and are written back as a WWPNPairList.
 void* pairsOf(void* record) {
     return &static_cast<m::FibreChannelProperties*>(record)->wwpnPairList.items;
 }
@@ -53,7 +66,7 @@ model::ChildOutcome appendListedPairs(void* field, model::ParseContext& ctx, con
                                       const char* openName) {
     m::WWPNPairList list;
     if (!model::parseElement(ctx, layout, &list, openName)) return model::ChildOutcome::Failed;
-    auto& pairs = *static_cast<std::vector<m::WWPNPair>*>(field);
+    auto& pairs = static_cast<m::WWPNPairList*>(field)->items;
     try {
         pairs.insert(pairs.end(), std::make_move_iterator(list.items.begin()),
                      std::make_move_iterator(list.items.end()));
@@ -63,22 +76,30 @@ model::ChildOutcome appendListedPairs(void* field, model::ParseContext& ctx, con
     return model::ChildOutcome::Kept;
 }
 
-// Nothing writes a 4.0 layout, so these children have no writer.
-model::ChildSpec pairsChild(const model::LayoutBase& layout,
-                            model::ChildOutcome (*parse)(void*, model::ParseContext&, const model::LayoutBase&,
-                                                         const char*)) {
-    return model::ChildSpec{&layout, nullptr, 0, nullptr, model::Store::Repeated, 16, &pairsOf, parse, nullptr, nullptr};
+// A pair met directly inside the properties: read into the list, never written so.
+model::ChildSpec loosePairs(const model::LayoutBase& layout) {
+    return model::ChildSpec{&layout, nullptr, 0, nullptr, model::Store::Repeated, 16, &pairsOf,
+                            &model::detail::parseRepeated<m::WWPNPair>, nullptr, nullptr, nullptr};
+}
+
+model::ChildSpec listedPairs() {
+    model::ChildSpec spec = child::single<&m::FibreChannelProperties::wwpnPairList>(kWWPNPairList40);
+    spec.step = 16;
+    spec.parse = &appendListedPairs;  // a second list adds to the first
+    return spec;
 }
 
 }  // namespace
 
 // handshakeTimeout is consumed with its value but not kept: a converted client
-// carries 0. A WWPNList child (WWPN records, not pairs) is dropped.
+// carries 0. It is written all the same. A WWPNList child (WWPN records, not
+// pairs) is dropped.
 const Layout<m::FibreChannelProperties> kFibreChannelProperties40{
-    E::FibreChannelProperties, "FibreChannelProperties", "parseFibreChannelProperties", kReadOnly,
+    E::FibreChannelProperties, "FibreChannelProperties", "parseFibreChannelProperties", m::Form::AlwaysLong,
     {
         attr::bool3<&m::FibreChannelProperties::authMode>(A::authMode),
         attr::i32<&m::FibreChannelProperties::heartbeatTimeout>(A::heartbeatTimeout),
+        attr::writtenOnly(attr::i32<&m::FibreChannelProperties::handshakeTimeout>(A::handshakeTimeout)),
         attr::i32<&m::FibreChannelProperties::scsiTimeout>(A::scsiTimeout),
         attr::i32<&m::FibreChannelProperties::authenticationGracePeriod>(A::authenticationGracePeriod),
         attr::bool3<&m::FibreChannelProperties::vsaEnabled>(A::vsaEnabled),
@@ -86,13 +107,13 @@ const Layout<m::FibreChannelProperties> kFibreChannelProperties40{
         attr::i32<&m::FibreChannelProperties::heartbeatInterval>(A::heartbeatInterval),
     },
     {
-        pairsChild(kWWPNPair40, &model::detail::parseRepeated<m::WWPNPair>),
-        pairsChild(kWWPNMap40, &model::detail::parseRepeated<m::WWPNPair>),
-        pairsChild(kWWPNPairList40, &appendListedPairs),
+        loosePairs(kWWPNPair40),
+        loosePairs(kWWPNMap40),
+        listedPairs(),
     }};
 
 const Layout<m::VirtualDevConnection> kVirtualDevConnection40{
-    E::VirtualDevConnection, "VirtualDevConnection", "parseVirtualDevConnection", kReadOnly,
+    E::VirtualDevConnection, "VirtualDevConnection", "parseVirtualDevConnection", m::Form::AlwaysShort,
     {
         attr::i32<&m::VirtualDevConnection::channel>(A::channel),
         attr::i32<&m::VirtualDevConnection::id>(A::id),
@@ -104,7 +125,7 @@ const Layout<m::VirtualDevConnection> kVirtualDevConnection40{
     }};
 
 const Layout<m::VirtualAdapter> kVirtualAdapter40{
-    E::VirtualAdapter, "VirtualAdapter", "parseVirtualAdapter", kReadOnly,
+    E::VirtualAdapter, "VirtualAdapter", "parseVirtualAdapter", m::Form::ShortWhenEmpty,
     {
         attr::spelled<&m::VirtualAdapter::type>(A::type, m::kVirtualAdapterType),
         attr::i32<&m::VirtualAdapter::number>(A::number),
@@ -116,7 +137,7 @@ const Layout<m::VirtualAdapter> kVirtualAdapter40{
 
 // A 4.0 device connection keeps no pair.
 const Layout<m::FibreChannelDevice> kFibreChannelDevice40{
-    E::FibreChannelDevice, "FibreChannelDevice", "parseFibreChannelDevice", kReadOnly,
+    E::FibreChannelDevice, "FibreChannelDevice", "parseFibreChannelDevice", m::Form::AlwaysLong,
     {
         attr::i32<&m::FibreChannelDevice::id>(A::id),
         attr::i32<&m::FibreChannelDevice::lun>(A::lun),
@@ -125,17 +146,17 @@ const Layout<m::FibreChannelDevice> kFibreChannelDevice40{
     }};
 
 const Layout<m::FibreChannelAdapter> kFibreChannelAdapter40{
-    E::FibreChannelAdapter, "FibreChannelAdapter", "parseFibreChannelAdapter", kReadOnly, {},
+    E::FibreChannelAdapter, "FibreChannelAdapter", "parseFibreChannelAdapter", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::FibreChannelAdapter::items>(kFibreChannelDevice40, 16)}};
 
 const Layout<m::ISCSIInitiator> kISCSIInitiator40{
-    E::ISCSIInitiator, "ISCSIInitiator", "parseISCSIInitiator", kReadOnly,
+    E::ISCSIInitiator, "ISCSIInitiator", "parseISCSIInitiator", m::Form::AlwaysShort,
     {attr::text<&m::ISCSIInitiator::name>(A::name)}};
 
 const Layout<m::ISCSIInitiatorProperties> kISCSIInitiatorProperties40{
-    E::ISCSIInitiatorProperties, "ISCSIInitiatorProperties", "parseISCSIInitiatorProperties", kReadOnly,
+    E::ISCSIInitiatorProperties, "ISCSIInitiatorProperties", "parseISCSIInitiatorProperties", m::Form::ShortWhenEmpty,
     {
-        attr::spelled<&m::ISCSIInitiatorProperties::accessType>(A::accessType, m::kInitiatorAccessType),
+        attr::spelled<&m::ISCSIInitiatorProperties::accessType>(A::accessType, kInitiatorAccessType40),
         attr::spelled<&m::ISCSIInitiatorProperties::authMethod>(A::authMethod, m::kAuthMethod),
         attr::text<&m::ISCSIInitiatorProperties::user>(A::user),
     },
@@ -143,18 +164,18 @@ const Layout<m::ISCSIInitiatorProperties> kISCSIInitiatorProperties40{
     {.record = "ISCSITarget"}};
 
 const Layout<m::ISCSIProperties> kISCSIProperties40{
-    E::ISCSIProperties, "ISCSIProperties", "parseISCSIProperties", kReadOnly, {},
+    E::ISCSIProperties, "ISCSIProperties", "parseISCSIProperties", m::Form::AlwaysLong, {},
     {child::single<&m::ISCSIProperties::iscsiInitiatorProperties>(kISCSIInitiatorProperties40)}};
 
 const Layout<m::TargetID> kTargetID40{
-    E::TargetID, "TargetID", "parseTargetID", kReadOnly, {attr::i32<&m::TargetID::id>(A::id)}};
+    E::TargetID, "TargetID", "parseTargetID", m::Form::AlwaysShort, {attr::i32<&m::TargetID::id>(A::id)}};
 
 const Layout<m::TargetIDList> kTargetIDList40{
-    E::TargetIDList, "TargetIDList", "parseTargetIDList", kReadOnly, {},
+    E::TargetIDList, "TargetIDList", "parseTargetIDList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::TargetIDList::items>(kTargetID40, 16)}};
 
 const Layout<m::SelfRegistrationPolicy> kSelfRegistrationPolicy40{
-    E::SelfRegistrationPolicy, "SelfRegistrationPolicy", "parseSelfRegistrationPolicy", kReadOnly,
+    E::SelfRegistrationPolicy, "SelfRegistrationPolicy", "parseSelfRegistrationPolicy", m::Form::AlwaysShort,
     {
         attr::i32<&m::SelfRegistrationPolicy::type>(A::type),
         attr::i32<&m::SelfRegistrationPolicy::usedSizePercentage>(A::usedSizePercentage),
@@ -163,18 +184,18 @@ const Layout<m::SelfRegistrationPolicy> kSelfRegistrationPolicy40{
     }};
 
 const Layout<m::BMRProperties> kBMRProperties40{
-    E::BMRProperties, "BMRProperties", "parseBMRProperties", kReadOnly, {},
+    E::BMRProperties, "BMRProperties", "parseBMRProperties", m::Form::AlwaysLong, {},
     {child::single<&m::BMRProperties::selfRegistrationPolicy>(kSelfRegistrationPolicy40)}};
 
 const Layout<m::BootImage> kLinuxBoot40{
-    E::LinuxBoot, "LinuxBoot", "parseLinuxBoot", kReadOnly,
+    E::LinuxBoot, "LinuxBoot", "parseLinuxBoot", m::Form::AlwaysShort,
     {
         attr::long32<&m::BootImage::timestamp>(A::timestamp),
         attr::text<&m::BootImage::label>(A::label),
         attr::i32<&m::BootImage::vid>(A::vid),
     }};
 const Layout<m::BootImage> kWindowsBoot40{
-    E::WindowsBoot, "WindowsBoot", "parseWindowsBoot", kReadOnly,
+    E::WindowsBoot, "WindowsBoot", "parseWindowsBoot", m::Form::AlwaysShort,
     {
         attr::long32<&m::BootImage::timestamp>(A::timestamp),
         attr::text<&m::BootImage::label>(A::label),
@@ -182,18 +203,18 @@ const Layout<m::BootImage> kWindowsBoot40{
     }};
 
 const Layout<m::BootList> kLinuxBootList40{
-    E::LinuxBootList, "LinuxBootList", "parseLinuxBootList", kReadOnly,
+    E::LinuxBootList, "LinuxBootList", "parseLinuxBootList", m::Form::ShortWhenEmpty,
     {attr::text<&m::BootList::defaultLabel>(A::defaultLabel)},
     {child::repeated<&m::BootList::items>(kLinuxBoot40, 16)},
     {.order = ReadOrder::NameFirst}};
 const Layout<m::BootList> kWindowsBootList40{
-    E::WindowsBootList, "WindowsBootList", "parseWindowsBootList", kReadOnly,
+    E::WindowsBootList, "WindowsBootList", "parseWindowsBootList", m::Form::ShortWhenEmpty,
     {attr::text<&m::BootList::defaultLabel>(A::defaultLabel)},
     {child::repeated<&m::BootList::items>(kWindowsBoot40, 16)},
     {.order = ReadOrder::NameFirst}};
 
 const Layout<m::BootProperties> kBootProperties40{
-    E::BootProperties, "BootProperties", "parseBootProperties", kReadOnly,
+    E::BootProperties, "BootProperties", "parseBootProperties", m::Form::AlwaysLong,
     {
         attr::text<&m::BootProperties::ipAddr>(A::ipAddr),
         attr::i32<&m::BootProperties::timeout>(A::timeout),
@@ -209,14 +230,15 @@ const Layout<m::BootProperties> kBootProperties40{
     }};
 
 // isFibreChannelEnabled is consumed with its value but not kept: a converted
-// client carries "false".
+// client carries "false". It is written all the same.
 const Layout<m::SANClient> kSANClient40{
-    E::SANClient, "SANClient", "parseSANClient", kReadOnly,
+    E::SANClient, "SANClient", "parseSANClient", m::Form::AlwaysLong,
     {
         attr::i32<&m::SANClient::id>(A::id),
         attr::text<&m::SANClient::name>(A::name),
         attr::text<&m::SANClient::serverIP>(A::serverIP),
         attr::bool3<&m::SANClient::isSANIPEnabled>(A::isSANIPEnabled),
+        attr::writtenOnly(attr::bool3<&m::SANClient::isFibreChannelEnabled>(A::isFibreChannelEnabled)),
         attr::bool3<&m::SANClient::isiSCSIEnabled>(A::isiSCSIEnabled),
         attr::bool3<&m::SANClient::isBMREnabled>(A::isBMREnabled),
         attr::bool3<&m::SANClient::isxBootEnabled>(A::isxBootEnabled),
@@ -231,18 +253,18 @@ const Layout<m::SANClient> kSANClient40{
     }};
 
 const Layout<m::SANClientList> kSANClientList40{
-    E::SANClientList, "SANClientList", "parseSANClientList", kReadOnly,
+    E::SANClientList, "SANClientList", "parseSANClientList", m::Form::ShortWhenEmpty,
     {attr::i32<&m::SANClientList::nextClientID>(A::nextClientID)},
     {child::repeated<&m::SANClientList::items>(kSANClient40, 64)},
     {.order = ReadOrder::NameFirst}};
 
 // Its InfoItem children are not kept.
 const Layout<SANBridgeInfo> kSANBridgeInfo40{
-    E::SANBridgeInfo, "SANBridgeInfo", "parseSANBridgeInfo", kReadOnly, {},
+    E::SANBridgeInfo, "SANBridgeInfo", "parseSANBridgeInfo", m::Form::ShortWhenEmpty, {},
     {child::repeated<&SANBridgeInfo::clients>(kSANClient40)}};
 
 const Layout<m::NICInfo> kNICInfo40{
-    E::NICInfo, "NICInfo", "parseNICInfo", kReadOnly,
+    E::NICInfo, "NICInfo", "parseNICInfo", m::Form::AlwaysShort,
     {
         attr::text<&m::NICInfo::clientConnectionIP>(A::clientConnectionIP),
         attr::text<&m::NICInfo::subnet>(A::subnet),
@@ -250,28 +272,28 @@ const Layout<m::NICInfo> kNICInfo40{
     }};
 
 const Layout<m::NICInfoList> kNICInfoList40{
-    E::NICInfoList, "NICInfoList", "parseNICInfoList", kReadOnly, {},
+    E::NICInfoList, "NICInfoList", "parseNICInfoList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::NICInfoList::items>(kNICInfo40, 64)}};
 
 const Layout<m::FailoverPrimary> kFailoverPrimary40{
-    E::FailoverPrimary, "FailoverPrimary", "parseFailoverPrimary", kReadOnly,
+    E::FailoverPrimary, "FailoverPrimary", "parseFailoverPrimary", m::Form::AlwaysLong,
     {
         attr::text<&m::FailoverPrimary::guiExternalName>(A::guiExternalName),
         attr::bool3<&m::FailoverPrimary::isComplete>(A::isComplete),
         attr::text<&m::FailoverPrimary::quorumDisk>(A::quorumDisk),
-        attr::text<&m::FailoverPrimary::quorumDiskMirror>(A::quorumDiskMirror),
+        attr::text<&m::FailoverPrimary::quorumDiskMirror>(A::quorumDiskMirror, W::Never),
         attr::text<&m::FailoverPrimary::secondaryServer>(A::secondaryServer),
         attr::i32<&m::FailoverPrimary::selfCheckInterval>(A::selfCheckInterval),
     },
     {child::single<&m::FailoverPrimary::nicInfoList>(kNICInfoList40)}};
 
 const Layout<m::FailoverSecondary> kFailoverSecondary40{
-    E::FailoverSecondary, "FailoverSecondary", "parseFailoverSecondary", kReadOnly,
+    E::FailoverSecondary, "FailoverSecondary", "parseFailoverSecondary", m::Form::AlwaysLong,
     {
         attr::text<&m::FailoverSecondary::guiExternalName>(A::guiExternalName),
         attr::spelled<&m::FailoverSecondary::takeoverCondition>(A::takeoverCondition, m::kTakeoverCondition),
         attr::text<&m::FailoverSecondary::quorumDisk>(A::quorumDisk),
-        attr::text<&m::FailoverSecondary::quorumDiskMirror>(A::quorumDiskMirror),
+        attr::text<&m::FailoverSecondary::quorumDiskMirror>(A::quorumDiskMirror, W::Never),
         attr::text<&m::FailoverSecondary::primaryServer>(A::primaryServer),
         attr::i32<&m::FailoverSecondary::heartbeatInterval>(A::heartbeatInterval),
         attr::i32<&m::FailoverSecondary::autoRecoveryIn>(A::autoRecoveryIn),
@@ -280,20 +302,21 @@ const Layout<m::FailoverSecondary> kFailoverSecondary40{
     },
     {child::single<&m::FailoverSecondary::nicInfoList>(kNICInfoList40)}};
 
-const Layout<std::string> kIPAddress40{E::IPAddress, "IPAddress", "parseTextContent", m::Form::TextContent, {}};
+const Layout<std::string> kIPAddress40{E::IPAddress, "IPAddress", "parseTextContent", m::Form::TextAsHeld, {}};
 
 const Layout<m::IPAliasing> kIPAliasing40{
-    E::IPAliasing, "IPAliasing", "parseIPAliasing", kReadOnly, {},
+    E::IPAliasing, "IPAliasing", "parseIPAliasing", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::IPAliasing::addresses>(kIPAddress40, 8)}};
 
 const Layout<m::ConfVol> kConfVol40{
-    E::ConfVol, "ConfVol", "parseConfVol", kReadOnly, {attr::text<&m::ConfVol::guid>(A::guid)}};
+    E::ConfVol, "ConfVol", "parseConfVol", m::Form::AlwaysShort, {attr::text<&m::ConfVol::guid>(A::guid)}};
 
 const Layout<m::SNMP> kSNMP40{
-    E::SNMP, "SNMP", "parseSNMP", kReadOnly, {attr::spelled<&m::SNMP::trapLevel>(A::trapLevel, m::kTrapLevel)}};
+    E::SNMP, "SNMP", "parseSNMP", m::Form::AlwaysShort,
+    {attr::spelled<&m::SNMP::trapLevel>(A::trapLevel, m::kTrapLevel)}};
 
 const Layout<m::Report> kReport40{
-    E::Report, "Report", "parseReport", kReadOnly,
+    E::Report, "Report", "parseReport", m::Form::AlwaysShort,
     {
         attr::i32<&m::Report::maxReportsToKeep>(A::maxReportsToKeep),
         attr::i32<&m::Report::maxDaysToKeep>(A::maxDaysToKeep),
@@ -301,7 +324,7 @@ const Layout<m::Report> kReport40{
     {}, {.record = "SCSI Address"}};
 
 const Layout<m::Log> kLog40{
-    E::Log, "Log", "parseLog", kReadOnly,
+    E::Log, "Log", "parseLog", m::Form::AlwaysShort,
     {
         attr::i32<&m::Log::maxDaysToKeep>(A::maxDaysToKeep),
         attr::long32<&m::Log::maxSize>(A::maxSize),
@@ -311,27 +334,27 @@ const Layout<m::Log> kLog40{
     {}, {.record = "SCSI Address"}};
 
 const Layout<m::IDRange> kUIDRange40{
-    E::UIDRange, "UIDRange", "parseUIDRange", kReadOnly,
+    E::UIDRange, "UIDRange", "parseUIDRange", m::Form::AlwaysShort,
     {
         attr::i32<&m::IDRange::firstID>(A::firstID),
         attr::i32<&m::IDRange::lastID>(A::lastID),
     }};
 const Layout<m::IDRange> kGIDRange40{
-    E::GIDRange, "GIDRange", "parseGIDRange", kReadOnly,
+    E::GIDRange, "GIDRange", "parseGIDRange", m::Form::AlwaysShort,
     {
         attr::i32<&m::IDRange::firstID>(A::firstID),
         attr::i32<&m::IDRange::lastID>(A::lastID),
     }};
 
 const Layout<m::IDRangeList> kUIDRangeList40{
-    E::UIDRangeList, "UIDRangeList", "parseUIDRangeList", kReadOnly, {},
+    E::UIDRangeList, "UIDRangeList", "parseUIDRangeList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::IDRangeList::items>(kUIDRange40, 4)}};
 const Layout<m::IDRangeList> kGIDRangeList40{
-    E::GIDRangeList, "GIDRangeList", "parseGIDRangeList", kReadOnly, {},
+    E::GIDRangeList, "GIDRangeList", "parseGIDRangeList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::IDRangeList::items>(kGIDRange40, 4)}};
 
 const Layout<m::NASOption> kNASOption40{
-    E::NASOption, "NASOption", "parseNASOption", kReadOnly,
+    E::NASOption, "NASOption", "parseNASOption", m::Form::AlwaysLong,
     {
         attr::bool3<&m::NASOption::value>(A::value),
         attr::bool3<&m::NASOption::primary>(A::primary),
@@ -342,7 +365,7 @@ const Layout<m::NASOption> kNASOption40{
     }};
 
 const Layout<m::AdapterWWPN> kAdapterWWPN40{
-    E::AdapterWWPN, "AdapterWWPN", "parseAdapterWWPN", kReadOnly,
+    E::AdapterWWPN, "AdapterWWPN", "parseAdapterWWPN", m::Form::AlwaysShort,
     {
         attr::i32<&m::AdapterWWPN::number>(A::number),
         attr::spelled<&m::AdapterWWPN::mode>(A::mode, m::kPortMode),
@@ -352,16 +375,16 @@ const Layout<m::AdapterWWPN> kAdapterWWPN40{
     }};
 
 const Layout<m::AdapterWWPNList> kAdapterWWPNList40{
-    E::AdapterWWPNList, "AdapterWWPNList", "parseAdapterWWPNList", kReadOnly, {},
+    E::AdapterWWPNList, "AdapterWWPNList", "parseAdapterWWPNList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::AdapterWWPNList::items>(kAdapterWWPN40, 16)}};
 
 const Layout<m::FibreChannelOption> kFibreChannelOption40{
-    E::FibreChannelOption, "FibreChannelOption", "parseFibreChannelOption", kReadOnly,
+    E::FibreChannelOption, "FibreChannelOption", "parseFibreChannelOption", m::Form::AlwaysLong,
     {attr::bool3<&m::FibreChannelOption::enabled>(A::enabled)},
     {child::single<&m::FibreChannelOption::adapterWWPNList>(kAdapterWWPNList40)}};
 
 const Layout<m::ISCSIOption> kISCSIOption40{
-    E::ISCSIOption, "ISCSIOption", "parseISCSIOption", kReadOnly,
+    E::ISCSIOption, "ISCSIOption", "parseISCSIOption", m::Form::AlwaysShort,
     {
         attr::i32<&m::ISCSIOption::port>(A::port),
         attr::text<&m::ISCSIOption::iSNS>(A::iSNS),
@@ -369,17 +392,17 @@ const Layout<m::ISCSIOption> kISCSIOption40{
     }};
 
 const Layout<m::EnabledOption> kCallHomeOption40{
-    E::CallHomeOption, "CallHomeOption", "parseCallHomeOption", kReadOnly,
+    E::CallHomeOption, "CallHomeOption", "parseCallHomeOption", m::Form::AlwaysShort,
     {attr::bool3<&m::EnabledOption::enabled>(A::enabled)}};
 const Layout<m::EnabledOption> kXBootOption40{
-    E::XBootOption, "XBootOption", "parseXBootOption", kReadOnly,
+    E::XBootOption, "XBootOption", "parseXBootOption", m::Form::AlwaysShort,
     {attr::bool3<&m::EnabledOption::enabled>(A::enabled)}};
 const Layout<m::EnabledOption> kSANBridgeOption40{
-    E::SANBridgeOption, "SANBridgeOption", "parseSANBridgeOption", kReadOnly,
+    E::SANBridgeOption, "SANBridgeOption", "parseSANBridgeOption", m::Form::AlwaysShort,
     {attr::bool3<&m::EnabledOption::enabled>(A::enabled)}};
 
 const Layout<m::ReplicationOption> kReplicationOption40{
-    E::ReplicationOption, "ReplicationOption", "parseReplicationOption", kReadOnly,
+    E::ReplicationOption, "ReplicationOption", "parseReplicationOption", m::Form::AlwaysShort,
     {
         attr::bool3<&m::ReplicationOption::sieveEnabled>(A::sieveEnabled),
         attr::i32<&m::ReplicationOption::windowSize>(A::windowSize),
@@ -387,26 +410,26 @@ const Layout<m::ReplicationOption> kReplicationOption40{
     }};
 
 const Layout<m::MirrorOption> kMirrorOption40{
-    E::MirrorOption, "MirrorOption", "parseMirrorOption", kReadOnly,
+    E::MirrorOption, "MirrorOption", "parseMirrorOption", m::Form::AlwaysShort,
     {
         attr::i32<&m::MirrorOption::blockSize>(A::blockSize),
         attr::i32<&m::MirrorOption::cmdsout>(A::cmdsout),
     }};
 
 const Layout<m::BMROption> kBMROption40{
-    E::BMROption, "BMROption", "parseBMROption", kReadOnly,
+    E::BMROption, "BMROption", "parseBMROption", m::Form::AlwaysLong,
     {attr::bool3<&m::BMROption::enabled>(A::enabled)},
     {child::single<&m::BMROption::selfRegistrationPolicy>(kSelfRegistrationPolicy40)}};
 
 const Layout<m::StatisticOption> kStatisticOption40{
-    E::StatisticOption, "StatisticOption", "parseStatisticOption", kReadOnly,
+    E::StatisticOption, "StatisticOption", "parseStatisticOption", m::Form::AlwaysShort,
     {
         attr::i32<&m::StatisticOption::interval>(A::interval),
         attr::bool3<&m::StatisticOption::enabled>(A::enabled),
     }};
 
 const Layout<m::DHCPOption> kDHCPOption40{
-    E::DHCPOption, "DHCPOption", "parseDHCPOption", kReadOnly,
+    E::DHCPOption, "DHCPOption", "parseDHCPOption", m::Form::AlwaysShort,
     {
         attr::text<&m::DHCPOption::nameserver>(A::nameserver),
         attr::text<&m::DHCPOption::netmask>(A::netmask),
@@ -416,13 +439,13 @@ const Layout<m::DHCPOption> kDHCPOption40{
     }};
 
 const Layout<m::DHCPOptionList> kDHCPOptionList40{
-    E::DHCPOptionList, "DHCPOptionList", "parseDHCPOptionList", kReadOnly,
+    E::DHCPOptionList, "DHCPOptionList", "parseDHCPOptionList", m::Form::ShortWhenEmpty,
     {attr::bool3<&m::DHCPOptionList::enabled>(A::enabled)},
     {child::repeated<&m::DHCPOptionList::items>(kDHCPOption40)},
     {.record = "ISCSITarget", .order = ReadOrder::NameFirst}};
 
 const Layout<m::Properties> kProperties40{
-    E::Properties, "Properties", "parseProperties", kReadOnly,
+    E::Properties, "Properties", "parseProperties", m::Form::AlwaysLong,
     {attr::text<&m::Properties::inquiry>(A::inquiry)},
     {
         child::single<&m::Properties::ipAliasing>(kIPAliasing40),
@@ -443,25 +466,27 @@ const Layout<m::Properties> kProperties40{
         child::single<&m::Properties::xBootOption>(kXBootOption40),
     }};
 
-// The fix-ups run whenever the bridge element ends, however it ends.
+// The fix-ups run whenever the bridge element ends, however it ends. The
+// bridge is written as the 4.5 one is: the same attributes (no checksum) and
+// children in the same order.
 const Layout<SANBridge> kSANBridge40{
-    E::SANBridge, "SANBridge", "parseSANBridge", kReadOnly,
+    E::SANBridge, "SANBridge", "parseSANBridge", m::Form::AlwaysLong,
     {
         attr::text<&SANBridge::name>(A::name),
-        attr::text<&SANBridge::timestamp>(A::timestamp),
-        attr::text<&SANBridge::checksum>(A::checksum),
         attr::text<&SANBridge::ipAddr>(A::ipAddr),
         attr::i32<&SANBridge::ipsanPort>(A::ipsanPort),
+        attr::text<&SANBridge::timestamp>(A::timestamp),
         attr::i32<&SANBridge::instance>(A::instance),
+        attr::text<&SANBridge::checksum>(A::checksum, W::Never),
     },
     {
-        child::single<&SANBridge::physicalResources>(kPhysicalResources40),
-        child::single<&SANBridge::sanClientList>(kSANClientList40),
-        child::single<&SANBridge::sanBridgeInfo>(kSANBridgeInfo40),
         child::single<&SANBridge::properties>(kProperties40),
-        child::single<&SANBridge::logicalResources>(kLogicalResources40),
+        child::single<&SANBridge::sanBridgeInfo>(kSANBridgeInfo40),
         child::optional<&SANBridge::failoverPrimary>(kFailoverPrimary40),
         child::optional<&SANBridge::failoverSecondary>(kFailoverSecondary40),
+        child::single<&SANBridge::physicalResources>(kPhysicalResources40),
+        child::single<&SANBridge::logicalResources>(kLogicalResources40),
+        child::single<&SANBridge::sanClientList>(kSANClientList40),
     },
     {.order = ReadOrder::NameFirst, .finish = &applyFixups}};
 

@@ -1,3 +1,5 @@
+#include <iterator>
+
 #include "legacy/layout40.h"
 
 // The 4.0 layout of the logical resources: virtual devices, their data sets
@@ -5,16 +7,34 @@
 
 namespace legacy {
 
+namespace {
+
+// The device types of 4.0: no "Adaptive", so an adaptive device is written as
+// the type a 4.0 reader makes of that word, SAN. Read as in 4.5.
+constexpr model::Spelling kDeviceTypeSpellings40[] = {
+    {2, "NAS"},          {3, "Scratch"},     {4, "Umap"},        {5, "SANReplica"}, {6, "NASReplica"},
+    {7, "CopyManager"},  {8, "ConfVol"},     {9, "Keyframe"},    {10, "SANLookback"}, {11, "NASLookback"},
+    {12, "Cache"},       {13, "Fastlane"},   {14, "BMR"},        {15, "BMRLookback"}, {16, "BMRReplica"},
+    {30, "Quorum"},      {100, "EXT2"},      {101, "ReiserFS"},  {102, "JFS"},        {103, "XFS"},
+    {104, "EXT3"},       {105, "UFS"},       {106, "VXFS"},
+};
+const model::EnumTable kDeviceType40{kDeviceTypeSpellings40, static_cast<int>(std::size(kDeviceTypeSpellings40)),
+                                     model::kDeviceType.otherText, model::kDeviceType.readings,
+                                     model::kDeviceType.readingCount, model::kDeviceType.otherValue};
+
+}  // namespace
+
 using model::Layout;
 using model::ReadOrder;
 using A = model::AttrId;
 using E = model::ElementId;
+using W = model::WriteIf;
 namespace attr = model::attr;
 namespace child = model::child;
 namespace m = model;
 
 const Layout<m::ReplicationPolicy> kReplicationPolicy40{
-    E::ReplicationPolicy, "ReplicationPolicy", "parseReplicationPolicy", kReadOnly,
+    E::ReplicationPolicy, "ReplicationPolicy", "parseReplicationPolicy", m::Form::AlwaysShort,
     {
         attr::long32<&m::ReplicationPolicy::watermark>(A::watermark),
         attr::text<&m::ReplicationPolicy::timeOfDay>(A::timeOfDay),
@@ -31,7 +51,7 @@ const Layout<m::ReplicationPolicy> kReplicationPolicy40{
     }};
 
 const Layout<m::LocalDataSet> kLocalDataSet40{
-    E::LocalDataSet, "LocalDataSet", "parseLocalDataSet", kReadOnly,
+    E::LocalDataSet, "LocalDataSet", "parseLocalDataSet", m::Form::ShortWhenEmpty,
     {
         attr::i32<&m::LocalDataSet::id>(A::id),
         attr::spelled<&m::LocalDataSet::type>(A::type, m::kDataSetRole),
@@ -42,7 +62,7 @@ const Layout<m::LocalDataSet> kLocalDataSet40{
     }};
 
 const Layout<m::RemoteDataSet> kRemoteDataSet40{
-    E::RemoteDataSet, "RemoteDataSet", "parseRemoteDataSet", kReadOnly,
+    E::RemoteDataSet, "RemoteDataSet", "parseRemoteDataSet", m::Form::AlwaysLong,
     {
         attr::i32<&m::RemoteDataSet::id>(A::id),
         attr::spelled<&m::RemoteDataSet::type>(A::type, m::kDataSetRole),
@@ -56,7 +76,7 @@ const Layout<m::RemoteDataSet> kRemoteDataSet40{
 
 // The 4.0 reader's list does not give its attributes; it reads those of 4.5.
 const Layout<m::RemoteAccessedDisk> kRemoteAccessedDisk40{
-    E::RemoteAccessedDisk, "RemoteAccessedDisk", "parseRemoteAccessedDisk", kReadOnly,
+    E::RemoteAccessedDisk, "RemoteAccessedDisk", "parseRemoteAccessedDisk", m::Form::AlwaysShort,
     {
         attr::text<&m::RemoteAccessedDisk::serverName>(A::serverName),
         attr::text<&m::RemoteAccessedDisk::serverAlias>(A::serverAlias),
@@ -65,7 +85,7 @@ const Layout<m::RemoteAccessedDisk> kRemoteAccessedDisk40{
     }};
 
 const Layout<m::SnapshotPolicy> kSnapshotPolicy40{
-    E::SnapshotPolicy, "SnapshotPolicy", "parseSnapshotPolicy", kReadOnly,
+    E::SnapshotPolicy, "SnapshotPolicy", "parseSnapshotPolicy", m::Form::AlwaysShort,
     {
         attr::i32<&m::SnapshotPolicy::maxSize>(A::maxSize),
         attr::bool3<&m::SnapshotPolicy::writeCacheEnabled>(A::writeCacheEnabled),
@@ -79,7 +99,7 @@ const Layout<m::SnapshotPolicy> kSnapshotPolicy40{
     }};
 
 const Layout<m::AutoMountLookback> kAutoMountLookback40{
-    E::AutoMountLookback, "AutoMountLookback", "parseAutoMountLookback", kReadOnly,
+    E::AutoMountLookback, "AutoMountLookback", "parseAutoMountLookback", m::Form::AlwaysShort,
     {
         attr::bool3<&m::AutoMountLookback::cifsEnabled>(A::cifsEnabled),
         attr::bool3<&m::AutoMountLookback::nfsEnabled>(A::nfsEnabled),
@@ -90,7 +110,7 @@ const Layout<m::AutoMountLookback> kAutoMountLookback40{
     }};
 
 const Layout<m::KeyframePolicy> kKeyframePolicy40{
-    E::KeyframePolicy, "KeyframePolicy", "parseKeyframePolicy", kReadOnly,
+    E::KeyframePolicy, "KeyframePolicy", "parseKeyframePolicy", m::Form::ShortWhenEmpty,
     {
         attr::text<&m::KeyframePolicy::timeOfDay>(A::timeOfDay),
         attr::long32<&m::KeyframePolicy::interval>(A::interval),
@@ -102,14 +122,14 @@ const Layout<m::KeyframePolicy> kKeyframePolicy40{
     {child::optional<&m::KeyframePolicy::autoMountLookback>(kAutoMountLookback40)}};
 
 const Layout<m::LookbackDataSet> kLookbackDataSet40{
-    E::LookbackDataSet, "LookbackDataSet", "parseLookbackDataSet", kReadOnly,
+    E::LookbackDataSet, "LookbackDataSet", "parseLookbackDataSet", m::Form::AlwaysShort,
     {
         attr::long32<&m::LookbackDataSet::timestamp>(A::timestamp),
         attr::i32<&m::LookbackDataSet::vid>(A::vid),
     }};
 
 const Layout<m::BackupPolicy> kBackupPolicy40{
-    E::BackupPolicy, "BackupPolicy", "parseBackupPolicy", kReadOnly,
+    E::BackupPolicy, "BackupPolicy", "parseBackupPolicy", m::Form::AlwaysShort,
     {
         attr::long32<&m::BackupPolicy::duration>(A::duration),
         attr::spelled<&m::BackupPolicy::durationUnit>(A::durationUnit, m::kTimeUnit),
@@ -121,14 +141,14 @@ const Layout<m::BackupPolicy> kBackupPolicy40{
     }};
 
 const Layout<m::CacheProperty> kCacheProperty40{
-    E::CacheProperty, "CacheProperty", "parseCacheProperty", kReadOnly,
+    E::CacheProperty, "CacheProperty", "parseCacheProperty", m::Form::AlwaysShort,
     {
         attr::bool3<&m::CacheProperty::suspended>(A::suspended),
         attr::i32<&m::CacheProperty::vid>(A::vid),
     }};
 
 const Layout<m::FastlanePolicy> kFastlanePolicy40{
-    E::FastlanePolicy, "FastlanePolicy", "parseFastlanePolicy", kReadOnly,
+    E::FastlanePolicy, "FastlanePolicy", "parseFastlanePolicy", m::Form::AlwaysShort,
     {
         attr::bool3<&m::FastlanePolicy::suspended>(A::suspended),
         attr::i32<&m::FastlanePolicy::vid>(A::vid),
@@ -142,7 +162,7 @@ const Layout<m::FastlanePolicy> kFastlanePolicy40{
     }};
 
 const Layout<m::PrefetchProperties> kPrefetchProperties40{
-    E::PrefetchProperties, "PrefetchProperties", "parsePrefetchProperties", kReadOnly,
+    E::PrefetchProperties, "PrefetchProperties", "parsePrefetchProperties", m::Form::AlwaysShort,
     {
         attr::i32<&m::PrefetchProperties::vid>(A::vid),
         attr::i32<&m::PrefetchProperties::maxChains>(A::maxChains),
@@ -160,7 +180,7 @@ void stampKind(m::NASFileSystem& fs) {
 
 #define NAS_FILE_SYSTEM(Element, Kind)                                                  \
     const Layout<m::NASFileSystem> k##Element##40 {                                     \
-        E::Element, #Element, "parseNASFileSystem", kReadOnly,                          \
+        E::Element, #Element, "parseNASFileSystem", m::Form::AlwaysShort,                          \
             {                                                                           \
                 attr::i32<&m::NASFileSystem::blockSize>(A::blockSize),                  \
                 attr::i32<&m::NASFileSystem::logSizeMB>(A::logSizeMB),                  \
@@ -196,14 +216,16 @@ int fileSystemByKind(const void* record) {
 }  // namespace
 
 // A 4.0 device would also keep element 130 (WormPolicy in 4.5), which the 4.0
-// element table never yields: a device read here has no WormPolicy.
+// element table never yields: a device read here has no WormPolicy. The
+// worm flag and the run-time status are read but never written; the
+// operating system is written only when set, as in 4.5.
 const Layout<m::VirtualDev> kVirtualDev40{
-    E::VirtualDev, "VirtualDev", "parseVirtualDev", kReadOnly,
+    E::VirtualDev, "VirtualDev", "parseVirtualDev", m::Form::AlwaysLong,
     {
         attr::i32<&m::VirtualDev::id>(A::id),
         attr::i32<&m::VirtualDev::snapshotGroupID>(A::snapshotGroupID),
         attr::text<&m::VirtualDev::name>(A::name),
-        attr::spelled<&m::VirtualDev::type>(A::type, m::kDeviceType),
+        attr::spelled<&m::VirtualDev::type>(A::type, kDeviceType40),
         attr::text<&m::VirtualDev::guid>(A::guid),
         attr::bool3<&m::VirtualDev::isForeign>(A::isForeign),
         attr::text<&m::VirtualDev::datasetGuid>(A::datasetGuid),
@@ -216,12 +238,12 @@ const Layout<m::VirtualDev> kVirtualDev40{
         attr::bool3<&m::VirtualDev::suspendMount>(A::suspendMount),
         attr::bool3<&m::VirtualDev::prefetchEnabled>(A::prefetchEnabled),
         attr::i32<&m::VirtualDev::lunType>(A::lunType),
-        attr::bool3<&m::VirtualDev::wormEnabled>(A::wormEnabled),
+        attr::bool3<&m::VirtualDev::wormEnabled>(A::wormEnabled, W::Never),
         attr::text<&m::VirtualDev::rawDevice>(A::rawDevice),
-        attr::hex<&m::VirtualDev::status>(A::status),
+        attr::hex<&m::VirtualDev::status>(A::status, W::Never),
         attr::bool3<&m::VirtualDev::snapshotEnabled>(A::snapshotEnabled),
         attr::text<&m::VirtualDev::owner>(A::owner),
-        attr::spelled<&m::VirtualDev::osType>(A::osType, m::kOsType),
+        attr::spelled<&m::VirtualDev::osType>(A::osType, m::kOsType, W::IfNonZero),
     },
     {
         child::single<&m::VirtualDev::geometry>(kGeometry40),
@@ -242,7 +264,7 @@ const Layout<m::VirtualDev> kVirtualDev40{
 
 #define VIRTUAL_DEV_LIST(Element, Step)                                     \
     const Layout<m::VirtualDevList> k##Element##40 {                        \
-        E::Element, #Element, "parse" #Element, kReadOnly, {},              \
+        E::Element, #Element, "parse" #Element, m::Form::ShortWhenEmpty, {},              \
         {                                                                   \
             child::repeated<&m::VirtualDevList::items>(kVirtualDev40, Step) \
         }                                                                   \
@@ -258,15 +280,15 @@ VIRTUAL_DEV_LIST(CopyManagerResources, 5);
 #undef VIRTUAL_DEV_LIST
 
 const Layout<m::SystemResources> kSystemResources40{
-    E::SystemResources, "SystemResources", "parseSystemResources", kReadOnly, {},
+    E::SystemResources, "SystemResources", "parseSystemResources", m::Form::AlwaysLong, {},
     {child::optional<&m::SystemResources::copyManagerResources>(kCopyManagerResources40)}};
 
 const Layout<m::SnapshotGroupMember> kSnapshotGroupMember40{
-    E::SnapshotGroupMember, "SnapshotGroupMember", "parseSnapshotGroupMember", kReadOnly,
+    E::SnapshotGroupMember, "SnapshotGroupMember", "parseSnapshotGroupMember", m::Form::AlwaysShort,
     {attr::i32<&m::SnapshotGroupMember::vid>(A::vid)}};
 
 const Layout<m::SnapshotGroup> kSnapshotGroup40{
-    E::SnapshotGroup, "SnapshotGroup", "parseSnapshotGroup", kReadOnly,
+    E::SnapshotGroup, "SnapshotGroup", "parseSnapshotGroup", m::Form::AlwaysLong,
     {
         attr::i32<&m::SnapshotGroup::id>(A::id),
         attr::text<&m::SnapshotGroup::name>(A::name),
@@ -288,13 +310,13 @@ const Layout<m::SnapshotGroup> kSnapshotGroup40{
     }};
 
 const Layout<m::SnapshotGroupList> kSnapshotGroupList40{
-    E::SnapshotGroupList, "SnapshotGroupList", "parseSnapshotGroupList", kReadOnly,
+    E::SnapshotGroupList, "SnapshotGroupList", "parseSnapshotGroupList", m::Form::ShortWhenEmpty,
     {attr::i32<&m::SnapshotGroupList::nextGroupID>(A::nextGroupID)},
     {child::repeated<&m::SnapshotGroupList::items>(kSnapshotGroup40)},
     {.order = ReadOrder::NameFirst}};
 
 const Layout<m::ISCSIVirtualDevice> kISCSIVirtualDevice40{
-    E::ISCSIVirtualDevice, "ISCSIVirtualDevice", "parseISCSIVirtualDevice", kReadOnly,
+    E::ISCSIVirtualDevice, "ISCSIVirtualDevice", "parseISCSIVirtualDevice", m::Form::AlwaysShort,
     {
         attr::i32<&m::ISCSIVirtualDevice::id>(A::id),
         attr::i32<&m::ISCSIVirtualDevice::lun>(A::lun),
@@ -302,7 +324,7 @@ const Layout<m::ISCSIVirtualDevice> kISCSIVirtualDevice40{
     }};
 
 const Layout<m::ISCSITarget> kISCSITarget40{
-    E::ISCSITarget, "ISCSITarget", "parseISCSITarget", kReadOnly,
+    E::ISCSITarget, "ISCSITarget", "parseISCSITarget", m::Form::ShortWhenEmpty,
     {
         attr::i32<&m::ISCSITarget::id>(A::id),
         attr::text<&m::ISCSITarget::name>(A::name),
@@ -314,13 +336,13 @@ const Layout<m::ISCSITarget> kISCSITarget40{
     {child::repeated<&m::ISCSITarget::items>(kISCSIVirtualDevice40)}};
 
 const Layout<m::ISCSITargetList> kISCSITargetList40{
-    E::ISCSITargetList, "ISCSITargetList", "parseISCSITargetList", kReadOnly,
+    E::ISCSITargetList, "ISCSITargetList", "parseISCSITargetList", m::Form::ShortWhenEmpty,
     {attr::i32<&m::ISCSITargetList::nextTargetID>(A::nextTargetID)},
     {child::repeated<&m::ISCSITargetList::items>(kISCSITarget40)},
     {.order = ReadOrder::NameFirst}};
 
 const Layout<m::LogicalResources> kLogicalResources40{
-    E::LogicalResources, "LogicalResources", "parseLogicalResources", kReadOnly,
+    E::LogicalResources, "LogicalResources", "parseLogicalResources", m::Form::AlwaysLong,
     {attr::i32<&m::LogicalResources::nextVDevID>(A::nextVDevID)},
     {
         child::optional<&m::LogicalResources::virtualDev>(kVirtualDev40),

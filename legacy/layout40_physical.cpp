@@ -7,12 +7,13 @@ namespace legacy {
 using model::Layout;
 using A = model::AttrId;
 using E = model::ElementId;
+using W = model::WriteIf;
 namespace attr = model::attr;
 namespace child = model::child;
 namespace m = model;
 
 const Layout<m::SCSIAddress> kSCSIAddress40{
-    E::SCSIAddress, "SCSIAddress", "parseSCSIAddress", kReadOnly,
+    E::SCSIAddress, "SCSIAddress", "parseSCSIAddress", m::Form::AlwaysShort,
     {
         attr::i32<&m::SCSIAddress::adapter>(A::adapter),
         attr::i32<&m::SCSIAddress::channel>(A::channel),
@@ -22,7 +23,7 @@ const Layout<m::SCSIAddress> kSCSIAddress40{
     {}, {.record = "SCSI Address"}};
 
 const Layout<m::DeviceAlias> kDeviceAlias40{
-    E::DeviceAlias, "DeviceAlias", "parseDeviceAlias", kReadOnly,
+    E::DeviceAlias, "DeviceAlias", "parseDeviceAlias", m::Form::AlwaysShort,
     {
         attr::i32<&m::DeviceAlias::adapter>(A::adapter),
         attr::i32<&m::DeviceAlias::channel>(A::channel),
@@ -34,7 +35,7 @@ const Layout<m::DeviceAlias> kDeviceAlias40{
     }};
 
 const Layout<m::Geometry> kGeometry40{
-    E::Geometry, "Geometry", "parseGeometry", kReadOnly,
+    E::Geometry, "Geometry", "parseGeometry", m::Form::AlwaysShort,
     {
         attr::sector<&m::Geometry::startingSector>(A::startingSector),
         attr::sector<&m::Geometry::endingSector>(A::endingSector),
@@ -42,51 +43,54 @@ const Layout<m::Geometry> kGeometry40{
     }};
 
 const Layout<m::InfoItem> kInfoItem40{
-    E::InfoItem, "InfoItem", "parseInfoItem", kReadOnly,
+    E::InfoItem, "InfoItem", "parseInfoItem", m::Form::AlwaysShort,
     {
         attr::text<&m::InfoItem::name>(A::name),
         attr::text<&m::InfoItem::value>(A::value),
     }};
 
-// InquiryString, Comments and IPAddress share one text-content reader.
+// InquiryString, Comments and IPAddress share one text-content reader, which
+// takes the characters literally: they are written as held.
 const Layout<std::string> kInquiryString40{E::InquiryString, "InquiryString", "parseTextContent",
-                                           m::Form::TextContent, {}};
-const Layout<std::string> kComments40{E::Comments, "Comments", "parseTextContent", m::Form::TextContent, {}};
+                                           m::Form::TextAsHeld, {}};
+const Layout<std::string> kComments40{E::Comments, "Comments", "parseTextContent", m::Form::TextAsHeld, {}};
 
 const Layout<m::SCSIAliasing> kSCSIAliasing40{
-    E::SCSIAliasing, "SCSIAliasing", "parseSCSIAliasing", kReadOnly, {},
+    E::SCSIAliasing, "SCSIAliasing", "parseSCSIAliasing", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::SCSIAliasing::items>(kDeviceAlias40, 8)}};
 
 const Layout<m::ConfPartition> kConfPartition40{
-    E::ConfPartition, "ConfPartition", "parseConfPartition", kReadOnly,
+    E::ConfPartition, "ConfPartition", "parseConfPartition", m::Form::AlwaysShort,
     {
         attr::sector<&m::ConfPartition::firstSector>(A::firstSector),
         attr::sector<&m::ConfPartition::lastSector>(A::lastSector),
     }};
 
 // 4.0 reads no more of a segment than this: firstSector, dataset, type,
-// timestamp and the flags of a segment element are consumed and dropped.
+// timestamp and the flags of a segment element are consumed and dropped. The
+// write conditions are those of 4.5, so that an attribute absent there comes
+// back absent, not empty or as a default spelling.
 const Layout<m::DynamicDiskSegment> kDynamicDiskSegment40{
-    E::DynamicDiskSegment, "DynamicDiskSegment", "parseDynamicDiskSegment", kReadOnly,
+    E::DynamicDiskSegment, "DynamicDiskSegment", "parseDynamicDiskSegment", m::Form::AlwaysShort,
     {
         attr::i32<&m::DynamicDiskSegment::sectorSize>(A::sectorSize),
         attr::text<&m::DynamicDiskSegment::guid>(A::guid),
         attr::sector<&m::DynamicDiskSegment::lastSector>(A::lastSector),
         attr::i32<&m::DynamicDiskSegment::lunType>(A::lunType),
         attr::long32<&m::DynamicDiskSegment::umapTimestamp>(A::umapTimestamp),
-        attr::text<&m::DynamicDiskSegment::deviceName>(A::deviceName),
-        attr::text<&m::DynamicDiskSegment::remoteGuid>(A::remoteGuid),
-        attr::spelled<&m::DynamicDiskSegment::fileSystem>(A::fileSystem, m::kFileSystemType),
+        attr::text<&m::DynamicDiskSegment::deviceName>(A::deviceName, W::IfNonEmpty),
+        attr::text<&m::DynamicDiskSegment::remoteGuid>(A::remoteGuid, W::IfNonEmpty),
+        attr::spelled<&m::DynamicDiskSegment::fileSystem>(A::fileSystem, m::kFileSystemType, W::IfPositive),
         attr::i32<&m::DynamicDiskSegment::seqNo>(A::seqNo),
         attr::text<&m::DynamicDiskSegment::owner>(A::owner),
-        attr::text<&m::DynamicDiskSegment::cacheGuid>(A::cacheGuid),
-        attr::text<&m::DynamicDiskSegment::fastlaneGuid>(A::fastlaneGuid),
-        attr::text<&m::DynamicDiskSegment::ssgName>(A::ssgName),
-        attr::text<&m::DynamicDiskSegment::clientName>(A::clientName),
+        attr::text<&m::DynamicDiskSegment::cacheGuid>(A::cacheGuid, W::IfNonEmpty),
+        attr::text<&m::DynamicDiskSegment::fastlaneGuid>(A::fastlaneGuid, W::IfNonEmpty),
+        attr::text<&m::DynamicDiskSegment::ssgName>(A::ssgName, W::IfPresent),
+        attr::text<&m::DynamicDiskSegment::clientName>(A::clientName, W::IfPresent),
     }};
 
 const Layout<m::StripeElement> kStripeElement40{
-    E::StripeElement, "StripeElement", "parseStripeElement", kReadOnly,
+    E::StripeElement, "StripeElement", "parseStripeElement", m::Form::AlwaysShort,
     {
         attr::text<&m::StripeElement::guid>(A::guid),
         attr::bool3<&m::StripeElement::isLast>(A::isLast),
@@ -94,7 +98,7 @@ const Layout<m::StripeElement> kStripeElement40{
     }};
 
 const Layout<m::StripeSet> kStripeSet40{
-    E::StripeSet, "StripeSet", "parseStripeSet", kReadOnly,
+    E::StripeSet, "StripeSet", "parseStripeSet", m::Form::ShortWhenEmpty,
     {
         attr::text<&m::StripeSet::guid>(A::guid),
         attr::i32<&m::StripeSet::chunkSizeKB>(A::chunkSizeKB),
@@ -103,16 +107,17 @@ const Layout<m::StripeSet> kStripeSet40{
 
 // "version" is read by 4.0 but has no place in the record: the partition is
 // carried to 4.5 through the 4.5 partition writer, which has no such attribute.
+// Written, it is the partition layout that 4.0 servers know, 1.
 const Layout<m::NimbraPartition> kNimbraPartition40{
-    E::NimbraPartition, "NimbraPartition", "parseNimbraPartition", kReadOnly,
-    {attr::text<&m::NimbraPartition::checksum>(A::checksum)},
+    E::NimbraPartition, "NimbraPartition", "parseNimbraPartition", m::Form::ShortWhenEmpty,
+    {attr::text<&m::NimbraPartition::checksum>(A::checksum), attr::fixed(A::version, 1)},
     {
         child::repeated<&m::NimbraPartition::segments>(kDynamicDiskSegment40, 10),
         child::optional<&m::NimbraPartition::stripeSet>(kStripeSet40),
     }};
 
 const Layout<m::PhysicalDev> kPhysicalDev40{
-    E::PhysicalDev, "PhysicalDev", "parsePhysicalDev", kReadOnly,
+    E::PhysicalDev, "PhysicalDev", "parsePhysicalDev", m::Form::AlwaysLong,
     {
         attr::text<&m::PhysicalDev::name>(A::name),
         attr::text<&m::PhysicalDev::type>(A::type),
@@ -139,7 +144,7 @@ const Layout<m::PhysicalDev> kPhysicalDev40{
     }};
 
 const Layout<m::Binding> kBinding40{
-    E::Binding, "Binding", "parseBinding", kReadOnly,
+    E::Binding, "Binding", "parseBinding", m::Form::AlwaysShort,
     {
         attr::text<&m::Binding::targetWWPN>(A::targetWWPN),
         attr::bool3<&m::Binding::vsaEnabled>(A::vsaEnabled),
@@ -147,11 +152,11 @@ const Layout<m::Binding> kBinding40{
     }};
 
 const Layout<m::PersistentBinding> kPersistentBinding40{
-    E::PersistentBinding, "PersistentBinding", "parsePersistentBinding", kReadOnly, {},
+    E::PersistentBinding, "PersistentBinding", "parsePersistentBinding", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::PersistentBinding::items>(kBinding40, 8)}};
 
 const Layout<m::WWPN> kWWPN40{
-    E::WWPN, "WWPN", "parseWWPN", kReadOnly,
+    E::WWPN, "WWPN", "parseWWPN", m::Form::AlwaysShort,
     {
         attr::text<&m::WWPN::name>(A::name),
         attr::spelled<&m::WWPN::mode>(A::mode, m::kPortMode),
@@ -161,17 +166,17 @@ const Layout<m::WWPN> kWWPN40{
 // The three lists of WWPN records share one record name in messages; the two
 // alias lists share one routine.
 const Layout<m::WWPNList> kWWPNList40{
-    E::WWPNList, "WWPNList", "parseWWPNList", kReadOnly, {},
+    E::WWPNList, "WWPNList", "parseWWPNList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::WWPNList::items>(kWWPN40, 16)}};
 const Layout<m::WWPNList> kAliasWWPNList40{
-    E::AliasWWPNList, "AliasWWPNList", "parseAliasWWPNList", kReadOnly, {},
+    E::AliasWWPNList, "AliasWWPNList", "parseAliasWWPNList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::WWPNList::items>(kWWPN40, 16)}, {.record = "WWPNList"}};
 const Layout<m::WWPNList> kStandbyAliasWWPNList40{
-    E::StandbyAliasWWPNList, "StandbyAliasWWPNList", "parseAliasWWPNList", kReadOnly, {},
+    E::StandbyAliasWWPNList, "StandbyAliasWWPNList", "parseAliasWWPNList", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::WWPNList::items>(kWWPN40, 16)}, {.record = "WWPNList"}};
 
 const Layout<PhysicalAdapter> kPhysicalAdapter40{
-    E::PhysicalAdapter, "PhysicalAdapter", "parsePhysicalAdapter", kReadOnly,
+    E::PhysicalAdapter, "PhysicalAdapter", "parsePhysicalAdapter", m::Form::ShortWhenEmpty,
     {
         attr::i32<&PhysicalAdapter::number>(A::number),
         attr::i32<&PhysicalAdapter::channels>(A::channels),
@@ -194,7 +199,7 @@ const Layout<PhysicalAdapter> kPhysicalAdapter40{
     }};
 
 const Layout<m::StripeDevice> kStripeDevice40{
-    E::StripeDevice, "StripeDevice", "parseStripeDevice", kReadOnly,
+    E::StripeDevice, "StripeDevice", "parseStripeDevice", m::Form::ShortWhenEmpty,
     {
         attr::i32<&m::StripeDevice::lun>(A::lun),
         attr::i32<&m::StripeDevice::chunkSizeKB>(A::chunkSizeKB),
@@ -203,11 +208,11 @@ const Layout<m::StripeDevice> kStripeDevice40{
 
 // 4.0 has no BlockDevice element: its block devices are stripe devices only.
 const Layout<m::BlockDevices> kBlockDevices40{
-    E::BlockDevices, "BlockDevices", "parseBlockDevices", kReadOnly, {},
+    E::BlockDevices, "BlockDevices", "parseBlockDevices", m::Form::ShortWhenEmpty, {},
     {child::repeated<&m::BlockDevices::stripeDevices>(kStripeDevice40, 8)}};
 
 const Layout<PhysicalResources> kPhysicalResources40{
-    E::PhysicalResources, "PhysicalResources", "parsePhysicalResources", kReadOnly, {},
+    E::PhysicalResources, "PhysicalResources", "parsePhysicalResources", m::Form::AlwaysLong, {},
     {
         child::repeated<&PhysicalResources::physicalAdapters>(kPhysicalAdapter40, 10),
         child::single<&PhysicalResources::blockDevices>(kBlockDevices40),
@@ -215,7 +220,7 @@ const Layout<PhysicalResources> kPhysicalResources40{
     {.record = "PhysicalResource"}};
 
 const Layout<m::PDevSection> kPDevSection40{
-    E::PDevSection, "PDevSection", "parsePDevSection", kReadOnly,
+    E::PDevSection, "PDevSection", "parsePDevSection", m::Form::AlwaysShort,
     {
         attr::text<&m::PDevSection::guid>(A::guid),
         attr::sector<&m::PDevSection::firstSector>(A::firstSector),
@@ -224,7 +229,7 @@ const Layout<m::PDevSection> kPDevSection40{
 
 // The 4.0 reader's list does not give its attributes; it reads those of 4.5.
 const Layout<m::UmapSegment> kUmapSegment40{
-    E::UmapSegment, "UmapSegment", "parseUmapSegment", kReadOnly,
+    E::UmapSegment, "UmapSegment", "parseUmapSegment", m::Form::AlwaysShort,
     {
         attr::text<&m::UmapSegment::guid>(A::guid),
         attr::sector<&m::UmapSegment::firstSector>(A::firstSector),

@@ -66,6 +66,8 @@ void storeValue(const AttrSpec& spec, void* record, xml::Token& value, const Sch
     case AttrKind::Enum:
         fieldAs<std::int32_t>(spec, record) = spec.table->read(schema.lookupAttribute(value.nameKey()));
         break;
+    case AttrKind::Fixed:
+        break;
     }
 }
 
@@ -108,6 +110,7 @@ void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
     }
     const int id = ctx.schema.lookupAttribute(key);
     const AttrSpec* spec = layout.attribute(id);
+    if (spec != nullptr && !spec->kept) spec = nullptr;  // passed over like an unknown name
     if (id >= 0 && key.length <= sizeof seen.bytes) {
         seen.layout = &layout;
         seen.position = position;
@@ -246,7 +249,7 @@ bool readElement(ParseContext& ctx, const LayoutBase& layout, void* record, cons
         }
     }
 
-    std::string* text = layout.form == Form::TextContent ? static_cast<std::string*>(record) : nullptr;
+    std::string* text = isTextForm(layout.form) ? static_cast<std::string*>(record) : nullptr;
     for (;;) {
         xml::Token token = ts.peek();
         if (!token || token.type() == xml::Tok::Eof) {
@@ -293,6 +296,8 @@ std::int64_t numberOf(const AttrSpec& spec, const void* record) {
         return *static_cast<const std::uint32_t*>(field);
     case AttrKind::Text:
         return 0;
+    case AttrKind::Fixed:
+        return spec.zeroWrittenAs;
     default:
         return *static_cast<const std::int32_t*>(field);
     }
@@ -320,9 +325,7 @@ bool attributeWritten(const AttrSpec& spec, const void* record) noexcept {
     return true;
 }
 
-namespace {
-
-void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) {
+void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) {
     const void* field = spec.field(const_cast<void*>(record));
     switch (spec.kind) {
     case AttrKind::I32:
@@ -350,8 +353,13 @@ void writeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record) 
     case AttrKind::Enum:
         out.writeName(spec.table->spell(*static_cast<const std::int32_t*>(field)));
         return;
+    case AttrKind::Fixed:
+        out.decimal(spec.zeroWrittenAs);
+        return;
     }
 }
+
+namespace {
 
 static_assert(sizeof(PaddedName::bytes) == writer::XmlSink::kPaddedWidth);
 
@@ -414,28 +422,33 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
             out.write(std::string_view(spec.name, spec.nameLength));
             out.write("=\"");
         }
-        writeValue(out, spec, record);
+        writeAttributeValue(out, spec, record);
         out.put('"');
     }
     switch (layout.form) {
     case Form::AlwaysShort:
         out.write("/>");
         return;
-    case Form::TextContent: {
+    case Form::TextContent:
+    case Form::TextAsHeld: {
         const std::string_view text = *static_cast<const std::string_view*>(record);
         if (text.empty() || text[0] == '\0') {
             out.write("/>");
             return;
         }
         out.put('>');
-        out.escapedStored(text);  // a NUL ends it
+        if (layout.form == Form::TextContent) {
+            out.escapedStored(text);  // a NUL ends it
+        } else {
+            out.literalStored(text);
+        }
         writeEndTag(out, layout);
         return;
     }
     case Form::ShortWhenEmpty: {
         bool any = false;
         for (const ChildSpec& spec : layout.children) {
-            if (spec.present(spec, spec.field(const_cast<void*>(record)))) {
+            if (spec.present != nullptr && spec.present(spec, spec.field(const_cast<void*>(record)))) {
                 any = true;
                 break;
             }
@@ -451,10 +464,28 @@ void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* re
     }
     out.put('>');
     ++out.level;
-    for (const ChildSpec& spec : layout.children) spec.write(out, spec, spec.field(const_cast<void*>(record)));
+    for (const ChildSpec& spec : layout.children) {
+        if (spec.write != nullptr) spec.write(out, spec, spec.field(const_cast<void*>(record)));
+    }
     --out.level;
     out.newLine();
     writeEndTag(out, layout);
+}
+
+void writeBridgeList(writer::XmlSink& out, const LayoutBase& layout, const void* bridge) {
+    out.write("<SANConfig>");
+    ++out.level;
+    out.newLine();
+    out.write("<SANBridgeList>");
+    ++out.level;
+    out.newLine();
+    writeElement(out, layout, bridge);
+    --out.level;
+    out.newLine();
+    out.write("</SANBridgeList>");
+    --out.level;
+    out.newLine();
+    out.write("</SANConfig>");
 }
 
 void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& visitor, bool absent) {
@@ -462,6 +493,7 @@ void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& 
     for (const ChildSpec& spec : layout.children) {
         if (spec.visit != nullptr) spec.visit(spec, spec.field(const_cast<void*>(record)), visitor);
     }
+    visitor.leave(layout);
 }
 
 namespace detail {

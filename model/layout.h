@@ -16,13 +16,17 @@
 //   then the form: AlwaysShort (attributes only, "/>"), ShortWhenEmpty ("/>"
 //   when no child would be written), AlwaysLong, or TextContent (R is
 //   std::string, read into a string and written from a std::string_view of
-//   it or of a Text: <X>text</X>, or <X/> when empty).
+//   it or of a Text: <X>text</X>, or <X/> when empty), or TextAsHeld (the
+//   same, but its characters are written as held, not escaped, for a reader
+//   that takes content literally).
 // - Attributes in written order: attr::i32 (%d), attr::long32 (%ld, read with
 //   the long reader), attr::sector (unsigned decimal), attr::hex ("0x%X"),
 //   attr::boolean (two-way), attr::bool3 (three-way: "true" 1, "false" 0,
 //   else -1), attr::newUnit (isNew), attr::text, attr::spelled (an EnumTable).
 //   Each takes a write condition (WriteIf) and i32 takes a value that a stored
-//   0 is written as. WriteIf::Never reads an attribute without writing it.
+//   0 is written as. WriteIf::Never reads an attribute without writing it;
+//   attr::writtenOnly writes one that the reader passes over with its value,
+//   and attr::fixed writes a constant that no field holds.
 // - Children in written order: child::single (by value, the later wins),
 //   child::optional (std::optional, written when present, the later wins),
 //   child::always (std::optional written also when absent, as an empty
@@ -44,6 +48,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -65,6 +70,7 @@ enum class AttrKind : std::uint8_t {
     NewUnit,  // 32-bit; read as Bool3, written through kNewUnit
     Text,     // model::Text, entity-decoded
     Enum,     // 32-bit, through an EnumTable
+    Fixed,    // no field: written as the declared constant, never read
 };
 
 enum class WriteIf : std::uint8_t {
@@ -77,7 +83,9 @@ enum class WriteIf : std::uint8_t {
     IfNonEmpty,  // a text that is present and not empty
 };
 
-enum class Form : std::uint8_t { ShortWhenEmpty, AlwaysLong, AlwaysShort, TextContent };
+enum class Form : std::uint8_t { ShortWhenEmpty, AlwaysLong, AlwaysShort, TextContent, TextAsHeld };
+
+constexpr bool isTextForm(Form form) noexcept { return form == Form::TextContent || form == Form::TextAsHeld; }
 
 /// Value-first: "=" and the value are read before the name counts, so an
 /// unknown name takes its value with it. Name-first: an unknown name drops only
@@ -111,10 +119,11 @@ struct AttrSpec {
     int id;            // number in the schema's attribute table
     AttrKind kind;
     WriteIf when;
-    std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this
+    std::int32_t zeroWrittenAs;  // when not 0: a stored 0 is written as this; Fixed: the value
     const EnumTable* table;      // Enum only
     std::uint32_t offset;        // of the field in its record
     PaddedName lead;             // ` name="`
+    bool kept = true;            // false: the reader passes over it with its value
 
     // An offset rather than an accessor function: an attribute is read or
     // written several times per record, and an indirect call each time showed.
@@ -145,6 +154,8 @@ public:
     /// `record` is written with `layout`; `absent`: no record is held, and
     /// an empty one is written in its place.
     virtual void element(const LayoutBase& layout, const void* record, bool absent) = 0;
+    /// Told when everything written inside that element has been told.
+    virtual void leave(const LayoutBase& layout) { static_cast<void>(layout); }
 };
 
 struct ChildSpec {
@@ -156,8 +167,8 @@ struct ChildSpec {
     int step;  // growth step of the list in the original layout (log data only)
     void* (*field)(void* parent);
     ChildOutcome (*parse)(void* field, ParseContext& ctx, const LayoutBase& layout, const char* openName);
-    void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);
-    bool (*present)(const ChildSpec& spec, const void* field);
+    void (*write)(writer::XmlSink& out, const ChildSpec& spec, const void* field);  // null: read only
+    bool (*present)(const ChildSpec& spec, const void* field);                        // null: read only
     void (*visit)(const ChildSpec& spec, const void* field, ElementVisitor& visitor) = nullptr;  // null: not written
 
     /// The layout of element `number` if this child accepts it, else null.
@@ -182,6 +193,7 @@ struct LayoutBase {
     bool (*parseAndDiscard)(ParseContext& ctx, const LayoutBase& layout, const char* openName);
     PaddedName openTag;   // `<Name`
     PaddedName closeTag;  // `</Name>`
+    const void* (*blank)();  // a freshly made record
 
     const AttrSpec* attribute(int id) const noexcept {
         for (const AttrSpec& spec : attrs) {
@@ -208,6 +220,8 @@ bool parseElement(ParseContext& ctx, const LayoutBase& layout, void* record, con
 
 /// Whether the writer writes the attribute of `record`: its write condition.
 bool attributeWritten(const AttrSpec& spec, const void* record) noexcept;
+/// The attribute's value as the writer writes it, without name or quotes.
+void writeAttributeValue(writer::XmlSink& out, const AttrSpec& spec, const void* record);
 
 /// Tells `visitor` of the element `record` is written as and of everything
 /// written inside it, as the writer would write them.
@@ -216,6 +230,9 @@ void visitElement(const LayoutBase& layout, const void* record, ElementVisitor& 
 /// Writes the element, starting where the caller's new line left the sink and
 /// without a trailing new line.
 void writeElement(writer::XmlSink& out, const LayoutBase& layout, const void* record);
+/// Writes SANConfig and SANBridgeList, one level each, around the bridge
+/// element `bridge` written with `layout`; no new line after the last line.
+void writeBridgeList(writer::XmlSink& out, const LayoutBase& layout, const void* bridge);
 
 template <class R>
 struct LayoutOptions {
@@ -244,7 +261,8 @@ struct Layout : LayoutBase {
                      options.finish != nullptr ? &callFinish : nullptr,
                      &discard,
                      PaddedName("<", elementName, ""),
-                     PaddedName("</", elementName, ">")},
+                     PaddedName("</", elementName, ">"),
+                     &blankRecord},
           typedPrepare(options.prepare),
           typedFinish(options.finish) {
         static_assert(std::is_default_constructible_v<R>);
@@ -263,6 +281,10 @@ private:
     static bool discard(ParseContext& ctx, const LayoutBase& layout, const char* openName) {
         R record{};
         return parseElement(ctx, layout, &record, openName);
+    }
+    static const void* blankRecord() {
+        static const R blank{};
+        return &blank;
     }
 };
 
@@ -498,6 +520,19 @@ template <auto M>
 AttrSpec spelled(AttrId id, const EnumTable& table, WriteIf when = WriteIf::Always) {
     static_assert(std::is_same_v<detail::FieldOf<M>, std::int32_t>);
     return detail::makeAttr<M>(id, AttrKind::Enum, when, &table);
+}
+
+/// An attribute no field holds, written as `value` and passed over when read.
+inline AttrSpec fixed(AttrId id, std::int32_t value) {
+    const char* name = attributeName45(id);
+    return AttrSpec{name,          name != nullptr ? static_cast<std::uint32_t>(std::strlen(name)) : 0u,
+                    static_cast<int>(id), AttrKind::Fixed, WriteIf::Always, value, nullptr, 0,
+                    PaddedName(" ", name, "=\""), false};
+}
+/// `spec` written from its field, but passed over with its value when read.
+inline AttrSpec writtenOnly(AttrSpec spec) {
+    spec.kept = false;
+    return spec;
 }
 
 }  // namespace attr

@@ -258,8 +258,9 @@ struct Properties {
 struct SANBridge;
 using SerializedText = writer::ConfigText;
 /// Serialises a bridge into `out`; 0 or a 0x9001xxxx status (0x9001000D when
-/// either argument is missing).
-using BridgeSerializer = std::uint32_t (*)(const SANBridge* bridge, SerializedText* out);
+/// either argument is missing). The bridge is lent: a serialiser may take
+/// parts of it while it runs, and has given them back when it returns.
+using BridgeSerializer = std::uint32_t (*)(SANBridge* bridge, SerializedText* out);
 
 /// The 4.5 root: one server.
 struct SANBridge {

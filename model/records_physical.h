@@ -127,7 +127,7 @@ struct WWPNList {
 
 struct PhysicalAdapter {
     std::int32_t number = 0, bus = 0, device = 0, irq = 0;
-    std::int32_t channels = 0;  // carried over from a 4.0 adapter; neither layout writes it
+    std::int32_t channels = 0;  // carried between the 4.0 layouts; the 4.5 layout does not write it
     Text info, WWPN, biosWWPN, spoofWWPN;
     std::int32_t mode = 0;  // kPortMode
     Text monitorWWPN, secondaryStandbyWWPN, moduleName;

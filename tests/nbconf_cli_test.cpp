@@ -1,6 +1,7 @@
 // nbconf as an administrator meets it: the token dump, help and version, and
 // failures that name the file and the reason.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/support/run_program.h"
 
@@ -101,6 +102,17 @@ TEST(NbconfCommandLine, HelpVersionAndFailures) {
         {{"check", dir.file("nobridge.conf")}, 1, "",
          "parse error SANBridge\nnbconf: " + dir.file("nobridge.conf") +
              " does not parse: no SANBridge could be read from it\n"},
+        {{"downgrade", "-q", missing}, 2, "", "Usage: nbconf downgrade [-q] INPUT45 OUTPUT40\n"},
+        {{"downgrade", missing, dir.file("out")}, 1, "",
+         "nbconf: cannot open " + missing + ": No such file or directory\n"},
+        {{"downgrade", dir.file("nobridge.conf"), dir.file("out")}, 1, "",
+         "parse error SANBridge\nnbconf: " + dir.file("nobridge.conf") +
+             " does not parse: no SANBridge could be read from it\n"},
+        {{"downgrade", XLATE45_SOURCE_DIR "/tests/testdata/every_element45.xml", dir.path()}, 1, "",
+         "nbconf: cannot write " + dir.path() + ": Is a directory\n"},
+        {{"downgrade", XLATE45_SOURCE_DIR "/tests/testdata/every_element45.xml", dir.file("none/out")}, 1, "",
+         "Can't open lock file " + dir.file("none/.out.lock") + " - 2\nnbconf: cannot write " +
+             dir.file("none/out") + ": No such file or directory\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.args));
@@ -109,6 +121,7 @@ TEST(NbconfCommandLine, HelpVersionAndFailures) {
         EXPECT_EQ(row.out.empty() ? run.out : run.out.substr(0, row.out.size()), row.out);
         EXPECT_EQ(run.err, row.err);
     }
+    EXPECT_NE(::access(dir.file("out").c_str(), F_OK), 0) << "a failed downgrade writes nothing";
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ void fixSnapshotPolicies(model::SANBridge& root, ConversionObserver* observer) n
 // fails. `whole`: the text is the complete 4.5 document of the root at `now`.
 // `text` comes in holding the input, whose block the new text is written
 // over, and goes out holding the new text.
-std::uint32_t serialise(model::SANBridge& root, ConfigText& text, std::time_t now, bool& whole) noexcept {
+std::uint32_t serialiseOver(model::SANBridge& root, ConfigText& text, std::time_t now, bool& whole) noexcept {
     ++root.instance;
     ConfigText input = std::move(text);
     text = ConfigText{};
@@ -81,8 +81,14 @@ Conversion convertText(ConfigText input, const std::time_t* when, ConversionObse
 
     result.when = when != nullptr ? *when : std::time(nullptr);
     result.text = std::move(input);
-    result.status = serialise(*result.root, result.text, result.when, result.whole);
+    result.status = serialiseOver(*result.root, result.text, result.when, result.whole);
     return result;
+}
+
+std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now) noexcept {
+    out = ConfigText{};
+    bool whole = false;
+    return serialiseOver(root, out, now, whole);
 }
 
 int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel) noexcept {

@@ -3,7 +3,9 @@
 #include <new>
 #include <utility>
 
+#include "legacy/document40.h"
 #include "legacy/sanparse_x.h"
+#include "tool/backconvert.h"
 #include "tool/conversion_observer.h"
 #include "tool/migrate_partition.h"
 
@@ -90,12 +92,18 @@ bool isFurtherPath(const model::PhysicalDev& device) noexcept {
            first.lun != own.lun;
 }
 
-std::uint32_t serialiseDownLevel(const model::SANBridge* bridge, model::SerializedText* out) noexcept {
+std::uint32_t serialiseDownLevel(model::SANBridge* bridge, model::SerializedText* out) noexcept {
     if (bridge == nullptr || out == nullptr) return kMissingArgument;
     *out = model::SerializedText{};
-    // The 4.5-to-4.0 back-conversion and the 4.0 writer are not part of this
-    // tool (it empties the slot before serialising), so nothing is produced.
-    return kNothingProduced;
+    model::SerializedText text;
+    {
+        const std::unique_ptr<BackConversion> old = BackConversion::of(*bridge);
+        if (old == nullptr) return kNothingProduced;
+        text = legacy::writeDocument40ToMemory(old->bridge());
+    }  // the 4.0 root is released and the 4.5 root whole again
+    if (!text.text) return kNothingProduced;
+    *out = std::move(text);
+    return 0;
 }
 
 std::unique_ptr<model::SANBridge> migrate(legacy::SANBridge& old) noexcept {

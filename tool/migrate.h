@@ -31,9 +31,11 @@ std::unique_ptr<model::SANBridge> parseAndMigrate(const char* text, std::int32_t
 /// as the device of the first path.
 bool isFurtherPath(const model::PhysicalDev& device) noexcept;
 
-/// The serialiser the migration installs, for writing a migrated root back in
-/// the 4.0 layout: 0x9001000D when either argument is missing, else the record
-/// is cleared and 0x90010005 returned, as nothing is produced.
-std::uint32_t serialiseDownLevel(const model::SANBridge* bridge, model::SerializedText* out) noexcept;
+/// The serialiser the migration installs, for writing a root in the 4.0
+/// layout: 0x9001000D when either argument is missing; else the record is
+/// cleared, the root back-converted (tool/backconvert.h) and the 4.0 document
+/// written into the record, 0; 0x90010005 when memory runs out on the way
+/// (the record then stays empty). The root is as it was afterwards.
+std::uint32_t serialiseDownLevel(model::SANBridge* bridge, model::SerializedText* out) noexcept;
 
 }  // namespace tool

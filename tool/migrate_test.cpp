@@ -151,16 +151,4 @@ TEST(Migrate, ParseAndMigrateKeepsTheOptionsWord) {
     EXPECT_EQ(error, 0u) << "the error out is only ever cleared";
 }
 
-TEST(Migrate, DownLevelSerialiserProducesNothingYet) {
-    model::SANBridge bridge;
-    model::SerializedText out;
-    out.length = 5;
-    EXPECT_EQ(tool::serialiseDownLevel(nullptr, &out), 0x9001000Du);
-    EXPECT_EQ(tool::serialiseDownLevel(&bridge, nullptr), 0x9001000Du);
-    EXPECT_EQ(out.length, 5) << "untouched when an argument is missing";
-    EXPECT_EQ(tool::serialiseDownLevel(&bridge, &out), 0x90010005u);
-    EXPECT_EQ(out.length, 0);
-    EXPECT_EQ(out.text, nullptr);
-}
-
 }  // namespace

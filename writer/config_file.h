@@ -27,6 +27,13 @@ int writeDocumentToFile(const char* path, const model::SANBridge* bridge, std::t
 int writeDocumentTextToFile(const char* path, const model::SANBridge* bridge, const ConfigText& text,
                             int pid) noexcept;
 
+/// Replaces the file at `path` with `text`, whole, by the same safe update
+/// (lock, temporary file, .previous, repository, rename, directory sync), for
+/// a text that is no 4.5 document of the server: no index file is written
+/// and no instance recorded. Returns 0, or -1 with errno telling why (also
+/// for an empty text); the file at `path` is then as it was.
+int writeTextToFile(const char* path, const ConfigText& text, int pid) noexcept;
+
 /// "<default configuration path>.ndx" with the line "nextVDevID,trapLevel".
 /// Nothing is written or reported when the file can't be opened, is a
 /// symbolic link, or the bridge's name is not a plain directory name (absent,

@@ -72,19 +72,7 @@ void writeDocument(XmlSink& out, const model::SANBridge& bridge, std::time_t whe
     out.level -= 2;
     out.write("-->");
     out.newLine();
-    out.write("<SANConfig>");
-    ++out.level;
-    out.newLine();
-    out.write("<SANBridgeList>");
-    ++out.level;
-    out.newLine();
-    writeBridge(out, bridge);
-    --out.level;
-    out.newLine();
-    out.write("</SANBridgeList>");
-    --out.level;
-    out.newLine();
-    out.write("</SANConfig>");
+    model::writeBridgeList(out, model::kSANBridge45, &bridge);
 }
 
 ConfigText writeDocumentToMemory(const model::SANBridge* bridge, std::time_t when, bool* complete,

@@ -17,6 +17,7 @@ constexpr char kIndent[] = "                                                    
 
 XmlSink::XmlSink(XmlSink&& other) noexcept
     : level(other.level),
+      carriageReturnAsEntity(other.carriageReturnAsEntity),
       file_(other.file_),
       start_(other.start_),
       cursor_(other.cursor_),
@@ -165,11 +166,13 @@ void XmlSink::hex(std::uint32_t value) noexcept {
 
 namespace {
 
-// 1: written as an entity; 2: a NUL, which ends a C string.
+// 1: written as an entity; 2: a NUL, which ends a C string; 3: a CR, an
+// entity only when the sink asks for it.
 constexpr std::array<std::uint8_t, 256> kEscapeClass = [] {
     std::array<std::uint8_t, 256> classes{};
     for (const unsigned char c : {'"', '&', '\'', '<', '>'}) classes[c] = 1;
     classes[0] = 2;
+    classes['\r'] = 3;
     return classes;
 }();
 
@@ -198,11 +201,23 @@ void XmlSink::escapedRun(const char* text, std::size_t length, bool nulEnds) noe
             write(std::string_view(run, static_cast<std::size_t>(p - run)));
             return;
         }
+        if (kind == 3 && !carriageReturnAsEntity) continue;
         write(std::string_view(run, static_cast<std::size_t>(p - run)));
-        write(entityOf(*p));
+        write(kind == 3 ? std::string_view("&#13;") : entityOf(*p));
         run = p + 1;
     }
     write(std::string_view(run, static_cast<std::size_t>(end - run)));
+}
+
+void XmlSink::literalStored(std::string_view text) noexcept {
+    const std::size_t nul = text.find('\0');
+    if (nul != std::string_view::npos) text = text.substr(0, nul);
+    for (std::size_t lt = text.find('<'); lt != std::string_view::npos; lt = text.find('<')) {
+        write(text.substr(0, lt));
+        write("&lt;");
+        text = text.substr(lt + 1);
+    }
+    write(text);
 }
 
 void XmlSink::escaped(std::string_view text) noexcept { escapedRun(text.data(), text.size(), false); }

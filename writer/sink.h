@@ -51,6 +51,9 @@ public:
 
     /// Indentation depth: newLine() indents two spaces per level above 0.
     std::int32_t level = 0;
+    /// Escaped text writes a CR byte as "&#13;", for a reader that would take
+    /// a raw one for a line end. Off: a CR is written as it is.
+    bool carriageReturnAsEntity = false;
 
     void put(char c) noexcept {
         if (cursor_ < end_) {
@@ -111,6 +114,9 @@ public:
     void escaped(const std::optional<std::string>& text) noexcept;
     /// A stored text: escaped as above, and a NUL ends it (texts are C strings).
     void escapedStored(std::string_view text) noexcept { escapedRun(text.data(), text.size(), true); }
+    /// A stored text as held, for a reader that takes content literally: only
+    /// '<', which would open a tag, is written "&lt;"; a NUL ends it.
+    void literalStored(std::string_view text) noexcept;
 
     /// Memory mode: hands the bytes over and empties the sink; null bytes and
     /// length 0 when nothing was written. Stream mode: always empty.

@@ -15,6 +15,7 @@ struct Command {
 
 extern const Command kTokens;
 extern const Command kCheck;
+extern const Command kDowngrade;
 extern const Command kRepo;
 extern const Command kSem;
 extern const Command kReport;

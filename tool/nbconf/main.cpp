@@ -12,7 +12,7 @@ namespace nbconf {
 
 namespace {
 
-const Command* const kCommands[] = {&kTokens, &kCheck, &kRepo, &kSem, &kReport, &kPreview, &kVerify};
+const Command* const kCommands[] = {&kTokens, &kCheck, &kReport, &kPreview, &kVerify, &kDowngrade, &kRepo, &kSem};
 
 void printUsageLines(const Command& command, std::FILE* out) {
     const char* lead = "Usage: nbconf ";
@@ -35,7 +35,7 @@ void printOverview(std::FILE* out) {
                "\n"
                "Commands:\n",
                out);
-    for (const Command* command : kCommands) std::fprintf(out, "  %-8s %s\n", command->name, command->summary);
+    for (const Command* command : kCommands) std::fprintf(out, "  %-9s %s\n", command->name, command->summary);
     std::fputs("\n\"nbconf help COMMAND\" or \"nbconf COMMAND --help\" describes one command.\n"
                "Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong arguments.\n",
                out);
