@@ -5,7 +5,6 @@
 #include <new>
 #include <string_view>
 
-#include "xml/attr_readers.h"
 #include "xml/name_table.h"
 
 // In place, every field becomes what the writer's condition and the reader's
@@ -13,8 +12,9 @@
 // the one thing the text itself may change (escapes, entities, line ends, NUL,
 // the lexer's limits): a record with a written text outside a plain printable
 // set goes through its text instead, as does any record whose layouts take a
-// shape the in-place step does not know (hooks, text content, elements the
-// reader would not find where the writer puts them).
+// shape the in-place step does not know (hooks, text content, hexadecimal or
+// substituted values, elements the reader would not find where the writer
+// puts them). A server partition has none of these.
 
 namespace model {
 
@@ -75,19 +75,22 @@ Normaliser::Plan Normaliser::makePlan(const LayoutBase& layout) const {
         return plan;
     }
     for (const AttrSpec& spec : layout.attrs) {
-        Plan::Attr attr;
-        if (spec.kind != AttrKind::Fixed) {
-            for (const AttrSpec& other : layout.attrs) {
-                if (&other == &spec) break;
-                if (other.kind != AttrKind::Fixed && other.offset == spec.offset) return plan;  // one field, two values
-            }
+        // A value read through another conversion (hexadecimal), a substituted
+        // zero, or one the reader passes over: the text way.
+        if (spec.kind == AttrKind::Hex || spec.kind == AttrKind::Fixed || spec.zeroWrittenAs != 0 || !spec.kept) {
+            return plan;
         }
+        for (const AttrSpec& other : layout.attrs) {
+            if (&other == &spec) break;
+            if (other.offset == spec.offset) return plan;  // one field, two values
+        }
+        Plan::Attr attr;
         if (spec.when != WriteIf::Never) {
-            // The written name must lead the reader to this field or to none.
-            if (spec.name == nullptr || !isPlain(spec.name)) return plan;
-            const AttrSpec* found = layout.attribute(symbolOf(schema_, spec.name));
-            if (found != nullptr && found != &spec && found->kept) return plan;
-            attr.readBack = found == &spec && spec.kept;
+            // The written name must lead the reader back to this field.
+            if (spec.name == nullptr || !isPlain(spec.name) || layout.attribute(symbolOf(schema_, spec.name)) != &spec) {
+                return plan;
+            }
+            attr.readBack = true;
         }
         const bool known = visitField(spec, [&](auto kind) {
             constexpr AttrKind k = decltype(kind)::value;
@@ -107,15 +110,15 @@ Normaliser::Plan Normaliser::makePlan(const LayoutBase& layout) const {
         });
         if (!known) return plan;
         const std::size_t index = plan.attrs.size();
-        if (attr.readBack && spec.kind == AttrKind::Text) plan.texts.push_back(index);
-        const bool asWritten = spec.kind == AttrKind::Sector ||
-                               ((spec.kind == AttrKind::I32 || spec.kind == AttrKind::Long) && spec.zeroWrittenAs == 0);
+        if (spec.kind == AttrKind::Text && attr.readBack) plan.texts.push_back(index);
+        const bool number = spec.kind == AttrKind::I32 || spec.kind == AttrKind::Long || spec.kind == AttrKind::Sector;
         if (spec.when == WriteIf::Always) plan.alwaysAttribute = true;
-        if (spec.kind != AttrKind::Fixed && !(attr.readBack && spec.when == WriteIf::Always && asWritten)) {
-            plan.changes.push_back(index);
-        }
+        if (!number || spec.when != WriteIf::Always) plan.changes.push_back(index);  // else read back as it is
         plan.attrs.push_back(std::move(attr));
     }
+    // An element without an attribute written whatever it holds may be
+    // written "<X/>", which the reader passes over: the text way.
+    if (!plan.alwaysAttribute) return plan;
     // Each child must come back into the field it was written from.
     const void* blank = layout.blank();
     for (const ChildSpec& spec : layout.children) {
@@ -175,12 +178,6 @@ public:
                                      },
                                      record);
         }
-        // An element written as "<X/>" without attributes is passed over by the reader.
-        if (!plan.alwaysAttribute && !writtenWithChildren(layout, record)) {
-            bool anyWritten = false;
-            for (const AttrSpec& spec : layout.attrs) anyWritten = anyWritten || attributeWritten(spec, record);
-            if (!anyWritten) inPlace = false;
-        }
     }
     void leave(const LayoutBase&) override { --depth_; }
 
@@ -193,7 +190,6 @@ private:
 class Normaliser::Apply final : public ElementVisitor {
 public:
     explicit Apply(Normaliser& owner) : owner_(owner) {}
-    bool outOfMemory = false;
 
     // The visitor is handed the records the caller's record holds, which are
     // its own to change.
@@ -212,11 +208,6 @@ public:
                     if constexpr (k != AttrKind::Fixed) {
                         if (!readBack) {
                             field = fresh;
-                        } else if constexpr (k == AttrKind::I32 || k == AttrKind::Long) {
-                            field = spec.writtenNumber(field);
-                        } else if constexpr (k == AttrKind::Hex) {
-                            const std::uint32_t back = hexBack(spec, record, outOfMemory);
-                            field = back;
                         } else if constexpr (isSpelled(k)) {
                             field = static_cast<FieldOfKind<k>>(spelledBack(spellingsWritten<k>(spec), attr, field));
                         } else if constexpr (k == AttrKind::Text) {
@@ -229,19 +220,6 @@ public:
     }
 
 private:
-    // Rare enough to take the writer's own text and the reader's own conversion.
-    static std::uint32_t hexBack(const AttrSpec& spec, const void* record, bool& outOfMemory) {
-        writer::XmlSink out = writer::XmlSink::toMemory();
-        writeAttributeValue(out, spec, record);
-        const bool complete = out.complete();
-        const writer::ConfigText text = out.takeBuffer();
-        if (!complete || !text.text) {
-            outOfMemory = true;
-            return 0;
-        }
-        return static_cast<std::uint32_t>(
-            xml::strtol32(std::string_view(text.text.get(), static_cast<std::size_t>(text.length)), 16));
-    }
     static std::int32_t spelledBack(const EnumTable& written, const Plan::Attr& attr, std::int32_t value) {
         for (int i = 0; i < written.spellingCount; ++i) {
             if (written.spellings[i].value == value) return attr.spelled[static_cast<std::size_t>(i)];
@@ -259,7 +237,7 @@ Normaliser::InPlace Normaliser::inPlace(const LayoutBase& layout, void* record) 
         if (!check.inPlace) return InPlace::NeedsText;
         Apply apply(*this);
         visitElement(layout, record, apply);
-        return apply.outOfMemory ? InPlace::OutOfMemory : InPlace::Done;
+        return InPlace::Done;
     } catch (const std::bad_alloc&) {
         return InPlace::OutOfMemory;
     }
