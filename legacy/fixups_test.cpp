@@ -92,27 +92,21 @@ TEST(Fixups40, OwnerFill) {
         {"an empty bridge name still takes the linked owner", "", R"(<VirtualDev sedPDGuid="g1"/>)", "early"},
         {"an empty bridge name, no link: stays empty", "", R"(<VirtualDev sedPDGuid="zz"/>)", nullptr},
     };
-    const char* const lists[] = {"SANResources", "ReplicaResources", "SystemResources"};
     for (const Row& row : rows) {
-        for (const char* list : lists) {
-            SCOPED_TRACE(std::string(row.rule) + " in " + list);
-            const std::string open = row.bridgeName != nullptr ? std::string(R"(<SANBridge name=")") +
-                                                                     row.bridgeName + R"(">)"
-                                                               : std::string("<SANBridge>");
-            std::string logical = std::string("<") + list + ">" + row.device + "</" + list + ">";
-            if (std::string(list) == "SystemResources") {
-                logical = std::string("<SystemResources><CopyManagerResources>") + row.device +
-                          "</CopyManagerResources></SystemResources>";
-            }
-            const SANBridge bridge =
-                mustRead(open + physical + "<LogicalResources>" + logical + "</LogicalResources></SANBridge>");
-            const model::LogicalResources& lr = bridge.logicalResources;
-            const model::VirtualDevList& devs =
-                std::string(list) == "SANResources"       ? lr.sanResources
-                : std::string(list) == "ReplicaResources" ? lr.replicaResources
-                                                          : *lr.systemResources.copyManagerResources;
-            ASSERT_EQ(devs.items.size(), 1u);
-            const Text& owner = devs.items[0].owner;
+        SCOPED_TRACE(row.rule);
+        const std::string open = row.bridgeName != nullptr
+                                     ? std::string(R"(<SANBridge name=")") + row.bridgeName + R"(">)"
+                                     : std::string("<SANBridge>");
+        const std::string device = row.device;
+        const SANBridge bridge = mustRead(open + physical + "<LogicalResources><SANResources>" + device +
+                                          "</SANResources><ReplicaResources>" + device +
+                                          "</ReplicaResources><SystemResources><CopyManagerResources>" + device +
+                                          "</CopyManagerResources></SystemResources></LogicalResources></SANBridge>");
+        const model::LogicalResources& lr = bridge.logicalResources;
+        for (const model::VirtualDevList* devs :
+             {&lr.sanResources, &lr.replicaResources, &*lr.systemResources.copyManagerResources}) {
+            ASSERT_EQ(devs->items.size(), 1u);
+            const Text& owner = devs->items[0].owner;
             if (row.owner == nullptr) {
                 EXPECT_TRUE(!owner.has_value() || owner->empty());
             } else {
