@@ -121,68 +121,43 @@ TEST(CfgRepository, DescriptionFile) {
     EXPECT_TRUE(std::filesystem::is_empty(none.path()));
 }
 
-// Each refusal is logged and leaves the device as it was.
+// Each refusal is logged and leaves the device as it was. In the messages,
+// {base}, {device} and {src} stand for the store's paths.
 TEST(CfgRepository, RefusalsChangeNothing) {
     struct Row {
         const char* why;
         std::uint32_t sectors;
         std::function<void(const Store&)> spoil;
-        std::function<int(const Store&, const std::string& src)> call;
-        std::function<std::vector<std::string>(const Store&, const std::string& src)> messages;
+        std::vector<std::string> messages;
+        const char* base = "{base}";  // the base directory given; null for none
+        const char* file = "{src}";
     };
-    const auto addHostlist = [](const Store& s, const std::string& src) { return s.add(src, "hostlist"); };
     const auto description = [](const char* text) {
         return [text](const Store& s) { writeFile(s.base() + "/.repository.conf", text); };
     };
     const auto none = [](const Store&) {};
     const Row rows[] = {
-        {"vid missing", 400, description("endingSector = 400\n"), addHostlist,
-         [](const Store& s, const std::string&) {
-             return std::vector<std::string>{"MGT_ERROR: Failed to get info from file \"" + s.base() +
-                                             "/.repository.conf\", vid =-1, endingSector = 400"};
-         }},
-        {"vid below 1", 400, description("vid = 0\nendingSector = 400\n"), addHostlist,
-         [](const Store&, const std::string&) { return std::vector<std::string>{}; }},
-        {"no such device", 400, description("vid = 8\nendingSector = 400\n"), addHostlist,
-         [](const Store& s, const std::string&) {
-             std::string path = s.device();
-             path.replace(path.rfind('7'), 1, "8");
-             return std::vector<std::string>{"raw file=\"" + path + "\" does not exist"};
-         }},
-        {"other format version", 400, [](const Store& s) { s.poke(0, std::string("\x65\x00", 2)); }, addHostlist,
-         [](const Store&, const std::string&) {
-             return std::vector<std::string>{"MGT_ERROR: version number do not match, should be 102, got 101"};
-         }},
+        {"vid missing", 400, description("endingSector = 400\n"),
+         {"MGT_ERROR: Failed to get info from file \"{base}/.repository.conf\", vid =-1, endingSector = 400"}},
+        {"vid below 1", 400, description("vid = 0\nendingSector = 400\n"), {}},
+        {"no such device", 400, description("vid = 8\nendingSector = 400\n"),
+         {"raw file=\"{device}\" does not exist"}},
+        {"other format version", 400, [](const Store& s) { s.poke(0, std::string("\x65\x00", 2)); },
+         {"MGT_ERROR: version number do not match, should be 102, got 101"}},
         {"device shorter than the header", 400, [](const Store& s) { ASSERT_EQ(::truncate(s.device().c_str(), 100), 0); },
-         addHostlist,
-         [](const Store&, const std::string&) {
-             return std::vector<std::string>{"MGT_ERROR: Read disk failed while getting master header, vid=7."};
-         }},
+         {"MGT_ERROR: Read disk failed while getting master header, vid=7."}},
         {"item table unreadable", 400,
          [](const Store& s) {
              s.poke(2, std::string("\x03\x00", 2));
              ASSERT_EQ(::truncate(s.device().c_str(), 1024), 0);
          },
-         addHostlist,
-         [](const Store& s, const std::string&) {
-             return std::vector<std::string>{"MGT_ERROR: Read disk failed for guid=\"" + s.device() +
-                                             "\", sector=2, size=172. Filename=\"hostlist\"."};
-         }},
-        {"no room for a new data area", 140, none, addHostlist,
-         [](const Store&, const std::string& src) {
-             return std::vector<std::string>{
-                 "MGT_ERROR: Not enough space to copy \"" + src +
-                     "\"! file_offset(20480) max_file_size(1048576) repository_size(72192)",
-                 "CFGREPOSITORY_depositFile failed for \"" + src + "\" as \"hostlist\"."};
-         }},
-        {"no base directory", 400, none,
-         [](const Store& s, const std::string&) { return CFGREPOSITORY_addFileAs(s.env(), nullptr, "f", nullptr, nullptr); },
-         [](const Store&, const std::string&) { return std::vector<std::string>{"MGT_ERROR: base_dir cannot be NULL"}; }},
-        {"no file name", 400, none,
-         [](const Store& s, const std::string&) {
-             return CFGREPOSITORY_addFileAs(s.env(), s.base().c_str(), nullptr, nullptr, nullptr);
-         },
-         [](const Store&, const std::string&) { return std::vector<std::string>{"MGT_ERROR: filename cannot be NULL"}; }},
+         {"MGT_ERROR: Read disk failed for guid=\"{device}\", sector=2, size=172. Filename=\"hostlist\"."}},
+        {"no room for a new data area", 140, none,
+         {"MGT_ERROR: Not enough space to copy \"{src}\"! file_offset(20480) max_file_size(1048576) "
+          "repository_size(72192)",
+          "CFGREPOSITORY_depositFile failed for \"{src}\" as \"hostlist\"."}},
+        {"no base directory", 400, none, {"MGT_ERROR: base_dir cannot be NULL"}, nullptr},
+        {"no file name", 400, none, {"MGT_ERROR: filename cannot be NULL"}, "{base}", nullptr},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
@@ -190,9 +165,24 @@ TEST(CfgRepository, RefusalsChangeNothing) {
         row.spoil(store);
         const std::string before = store.image();
         const std::string src = store.source("src", "data");
+        std::string device = store.device();
+        if (std::string(row.why) == "no such device") device.replace(device.rfind('7'), 1, "8");
+        const auto fill = [&](std::string text) {
+            for (const auto& [key, value] : {std::pair<std::string, std::string>{"{base}", store.base()},
+                                             {"{device}", device}, {"{src}", src}}) {
+                for (std::size_t at; (at = text.find(key)) != std::string::npos;) text.replace(at, key.size(), value);
+            }
+            return text;
+        };
+        std::vector<std::string> expected;
+        for (const std::string& message : row.messages) expected.push_back(fill(message));
+        const std::string base = row.base != nullptr ? fill(row.base) : "";
+        const std::string file = row.file != nullptr ? fill(row.file) : "";
         LogCapture log;
-        EXPECT_EQ(row.call(store, src), -1);
-        EXPECT_EQ(log.messages(), row.messages(store, src));
+        EXPECT_EQ(CFGREPOSITORY_addFileAs(store.env(), row.base != nullptr ? base.c_str() : nullptr,
+                                          row.file != nullptr ? file.c_str() : nullptr, "hostlist", nullptr),
+                  -1);
+        EXPECT_EQ(log.messages(), expected);
         EXPECT_EQ(store.image(), before);
     }
 }
