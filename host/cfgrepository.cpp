@@ -360,12 +360,15 @@ int CFGREPOSITORY_getRepository(const sys::HostEnv& env, const char* baseDir,
                        devicePath.c_str());
         return -1;
     }
-    std::FILE* device = CFGREPOSITORY_fopenRetry(env, devicePath.c_str(), "r+b");
-    if (device == nullptr) return -1;
+    // Closed here until the store owns it, also when memory runs out on the way.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> device(CFGREPOSITORY_fopenRetry(env, devicePath.c_str(), "r+b"),
+                                                           std::fclose);
+    if (!device) return -1;
     // A buffer, or stdio reads a cookie stream byte by byte; writes are flushed per block.
-    std::setvbuf(device, nullptr, _IOFBF, 8 * kSectorSize);
+    std::setvbuf(device.get(), nullptr, _IOFBF, 8 * kSectorSize);
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepository"), "Opened \"%s\".", devicePath.c_str());
-    *out = std::make_unique<Repository>(env, device, std::move(devicePath), conf.vid, conf.endingSector);
+    *out = std::make_unique<Repository>(env, device.get(), std::move(devicePath), conf.vid, conf.endingSector);
+    device.release();
     return 0;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
