@@ -124,10 +124,10 @@ void readTyped(const AttrSpec& spec, void* record, ParseContext& ctx) {
 
 enum class AttrLoop : std::uint8_t { Children, Complete, Failed };
 
-void observeAttribute(ParseContext& ctx, const LayoutBase& layout, const xml::Token& name, const AttrSpec* spec,
+void observeAttribute(ParseContext& ctx, const LayoutBase& layout, std::string_view name, const AttrSpec* spec,
                       std::string_view value, unsigned long line) {
-    const std::string_view text = cString(name.payload());
-    const int id = spec != nullptr ? spec->id : ctx.schema.lookupAttribute(name.nameKey());
+    const std::string_view text = cString(name);
+    const int id = spec != nullptr ? spec->id : ctx.schema.lookupAttribute(xml::nameKey(text));
     ctx.observer->attribute(layout, text, id, spec, value, line);
 }
 
@@ -157,22 +157,25 @@ AttrLoop readAttributes(ParseContext& ctx, const LayoutBase& layout, void* recor
             break;
         }
         // Anything else counts as an attribute name. The name is looked up
-        // before the value is taken because a token's text does not outlive
-        // the next two tokens; the outcome is that of either order.
+        // before the value is taken because a token does not outlive the next
+        // one; the outcome is that of either order.
         const AttrSpec* spec = attributeNamed(ctx, layout, position, token.nameKey());
         // The name's own line: the lexer's line is where the token began,
         // before the white space in front of the name.
         const unsigned long line = kObserved ? ts.lexer().sourceLine() : 0;
         if (layout.order == ReadOrder::ValueFirst) {
+            // The name's token ends when the value's is lexed: a listener gets a copy.
+            std::string name;
+            if constexpr (kObserved) name = token.payload();
             xml::Token value = xml::readValueToken(ts);
             if (!value) return AttrLoop::Failed;
             if (spec != nullptr) storeValue(*spec, record, value, ctx.schema);
-            if constexpr (kObserved) observeAttribute(ctx, layout, token, spec, value.payload(), line);
+            if constexpr (kObserved) observeAttribute(ctx, layout, name, spec, value.payload(), line);
         } else {
             // Name-first: "=" and the value of an unknown name come round as
             // names of their own, which are no attributes to tell about.
             if constexpr (kObserved) {
-                if (token.type() == xml::Tok::Attribute) observeAttribute(ctx, layout, token, spec, {}, line);
+                if (token.type() == xml::Tok::Attribute) observeAttribute(ctx, layout, token.payload(), spec, {}, line);
             }
             if (spec != nullptr) {
                 readTyped(*spec, record, ctx);

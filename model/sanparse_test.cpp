@@ -89,18 +89,18 @@ TEST(Reader45, AttributesAndDefaults) {
 
 // Elements repeat their attributes in one order, and a name met at the same
 // place again is recognised by its bytes: a name of the same hash and length
-// ("aeXpter" adds up as "adapter" does) is still unknown there, and a known
+// ("ROCHpcr" hashes as "adapter" does) is still unknown there, and a known
 // name at a new place is still found.
 TEST(Reader45, RepeatedElementsKeepTheirAttributesApart) {
     Parsed aliases = parseDev(
         R"(<PhysicalDev><SCSIAliasing>)"
         R"(<DeviceAlias adapter="1" lun="2"/>)"
-        R"(<DeviceAlias aeXpter="7" lun="3"/>)"
+        R"(<DeviceAlias ROCHpcr="7" lun="3"/>)"
         R"(<DeviceAlias lun="4" adapter="5"/>)"
         R"(<DeviceAlias adapter="6" lun="5"/>)"
         R"(</SCSIAliasing></PhysicalDev>)");
     ASSERT_TRUE(aliases.ok);
-    ASSERT_EQ(xml::nameHash("aeXpter"), xml::nameHash("adapter"));
+    ASSERT_EQ(xml::nameHash("ROCHpcr"), xml::nameHash("adapter"));
     const std::vector<DeviceAlias>& items = aliases.dev.scsiAliasing.items;
     ASSERT_EQ(items.size(), 4u);
     const std::int32_t adapters[] = {1, 0, 5, 6};

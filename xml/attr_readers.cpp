@@ -112,10 +112,6 @@ std::uint32_t scanUnsigned32(const char* text, int base, bool* matched) noexcept
     return scanUnsigned32(std::string_view(text), base, matched);
 }
 
-std::uint32_t scanUnsignedLong32(const char* text, bool* matched) noexcept {
-    return scanUnsigned32(text, 10, matched);
-}
-
 // "= value" readers. The value is converted raw (no entity decoding) and need not
 // be all digits: "12abc" reads 12 and "abc" 0, without a message.
 

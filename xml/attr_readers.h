@@ -25,11 +25,9 @@ Token readValueToken(TokenStream& ts);
 /// The C library on the 32-bit platform: strtol saturating at the 32-bit range
 /// (leading white space and sign accepted, "12abc" gives 12, "abc" gives 0).
 std::int32_t strtol32(const char* text, int base) noexcept;
-/// sscanf "%lu" into a 32-bit unsigned long: "-1" gives 4294967295, overflow
-/// saturates; `matched` is false when no number was found (value then 0).
-std::uint32_t scanUnsignedLong32(const char* text, bool* matched = nullptr) noexcept;
-/// sscanf "%u" (base 10) or "%x" (base 16, optional "0x") into a 32-bit unsigned
-/// int, with the same rules as scanUnsignedLong32.
+/// sscanf "%u" or "%lu" (base 10) or "%x" (base 16, optional "0x") into a 32-bit
+/// unsigned: "-1" gives 4294967295, overflow saturates; `matched` is false when
+/// no number was found (value then 0).
 std::uint32_t scanUnsigned32(const char* text, int base, bool* matched = nullptr) noexcept;
 
 /// The same over a token's payload, as over the C string it holds: a NUL or

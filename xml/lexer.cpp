@@ -9,6 +9,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "xml/name_table.h"
 #include "xml/source.h"
 #include "xml/token_slot.h"
 
@@ -24,29 +25,26 @@ constexpr bool isSpace(int c) noexcept { return c == '\t' || c == ' ' || c == '\
 // Characters that end an element or attribute name without being part of it.
 constexpr bool endsName(int c) noexcept { return isSpace(c) || c == '/' || c == '=' || c == '>'; }
 
-// The bytes at which a hashed name run stops: those that end a name, and NUL,
-// which ends its key.
+// Bytes that end a name's run: those that end a name, and NUL, which ends its key.
 constexpr std::array<bool, 256> kNameRunStops = [] {
     std::array<bool, 256> stops{};
     for (int c = 0; c < 256; ++c) stops[c] = c == '\0' || endsName(c);
     return stops;
 }();
 
-// Character data and values are scanned 16 bytes at a time where the buffer
-// has them: most are shorter, so the scan ends in one step whatever their
-// length, where a loop per byte would end at a different count each time.
 #if defined(__SSE2__)
-struct Block {
-    __m128i bytes;
-    explicit Block(const char* p) noexcept : bytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))) {}
-    // Bit i set where byte i is `c`.
-    unsigned eq(char c) const noexcept {
-        return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))));
-    }
-};
-constexpr std::ptrdiff_t kBlock = 16;
-
-inline unsigned below(unsigned bit) noexcept { return (1u << bit) - 1; }
+// Bit i set where byte i of the 16 at `p` is `c`.
+inline unsigned bytesEqual(__m128i block, char c) noexcept {
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(c))));
+}
+// Half `half` of the block as a little-endian word, with the bytes from
+// position `length` on as zero: a name's last block as the hash takes it.
+inline std::uint64_t wordBefore(__m128i block, unsigned length, int half) noexcept {
+    const std::uint64_t word = static_cast<std::uint64_t>(
+        _mm_cvtsi128_si64(half == 0 ? block : _mm_unpackhi_epi64(block, block)));
+    const unsigned bytes = length > 8u * half ? length - 8u * half : 0;
+    return bytes >= 8 ? word : word & ((std::uint64_t{1} << (8 * bytes)) - 1);
+}
 // Set bits, one step per bit: there are seldom more than one (a line end), and
 // without a popcount instruction in the baseline ISA std::popcount is a call.
 inline unsigned countBits(unsigned mask) noexcept {
@@ -56,352 +54,210 @@ inline unsigned countBits(unsigned mask) noexcept {
 }
 #endif
 
-// The first byte at or after `p` that is `stop`, counting the LFs before it.
-// Null at a CR or the end of input, which the careful path handles.
-inline const char* findRaw(const char* p, const char* end, char stop, unsigned long& lines) noexcept {
-#if defined(__SSE2__)
-    for (; end - p >= kBlock; p += kBlock) {
-        const Block block(p);
-        const unsigned stops = block.eq(stop) | block.eq('\r');
-        const unsigned lineEnds = block.eq('\n');
-        if (stops != 0) {
-            const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
-            lines += countBits(lineEnds & below(at));
-            p += at;
-            return *p == stop ? p : nullptr;
-        }
-        lines += countBits(lineEnds);
-    }
-#endif
-    for (; p != end; ++p) {
-        const char c = *p;
-        if (c == stop) return p;
-        if (c == '\r') return nullptr;
-        lines += c == '\n';
-    }
-    return nullptr;
-}
-
-// Past the first `stop` (not CR or LF), counting lines on the way; null as findRaw.
-inline const char* throughRaw(const char* p, const char* end, char stop, unsigned long& lines) noexcept {
-    p = findRaw(p, end, stop, lines);
-    return p ? p + 1 : nullptr;
-}
-
-// Skips TAB, SPACE and LF, counting lines; null at a CR or the end of input.
-inline const char* skipSpaceRaw(const char* p, const char* end, unsigned long& lines) noexcept {
-    for (; p != end; ++p) {
-        const char c = *p;
-        if (c == ' ' || c == '\t') continue;
-        if (c != '\n') return c == '\r' ? nullptr : p;
-        ++lines;
-    }
-    return nullptr;
-}
-
-// A name from `p` with its hash; null unless it ends at a byte other than CR and
-// NUL (a NUL ends the key but not the name).
-inline const char* nameRaw(const char* p, const char* end, std::uint32_t& hash) noexcept {
-    std::uint32_t h = 0;
-    const char* q = p;
-    for (; q != end; ++q) {
-        const unsigned char c = static_cast<unsigned char>(*q);
-        if (kNameRunStops[c]) break;
-        h = h * 9 + c;
-    }
-    hash = h;
-    if (q == end || *q == '\r' || *q == '\0') return nullptr;
-    return q;
-}
-
-// Pieces of a token up to this long are copied as one fixed-size block, which
-// the compiler turns into two moves instead of a call.
-constexpr std::size_t kShortPiece = 16;
-
-// Copies `length` bytes from `from`; a short piece takes kShortPiece bytes when the
-// input has them, so `to` must have room for that many.
-inline void copyPiece(char* to, const char* from, std::size_t length, const char* end) noexcept {
-    if (length <= kShortPiece && end - from >= static_cast<std::ptrdiff_t>(kShortPiece)) {
-        std::memcpy(to, from, kShortPiece);
-    } else if (length != 0) {
-        std::memcpy(to, from, length);
-    }
-}
-
 }  // namespace
 
+// The lexer is one scanner over the source's bytes. Each state's rule is
+// written once below, in the order its steps take characters; runs of plain
+// characters (names, values, character data) are taken a run at a time, and
+// single characters through peek() and take(), which read a CR as a line end.
 struct Lexer::Impl {
-    // Four slots: a token stays valid while the next three are lexed.
-    static constexpr std::size_t kSlots = 4;
-
     std::unique_ptr<Source> source;
-    unsigned long line = 1;
+    const char* p = nullptr;  // the next byte
+    const char* end = nullptr;
+    bool endlessFinalCr = true;
+    unsigned long sourceLine = 1;  // the line of the next byte
+    unsigned long line = 1;        // where the current token started
     LexState state = LexState::Prolog;
     int depth = 0;
     const char* errorText = kNoError;
-    std::array<TokenSlot, kSlots> slots;
-    std::size_t nextSlot = 0;
+    TokenSlot t;
 
-    // Inlined into next(): a call per token costs more than some of the tokens.
-    [[gnu::always_inline]] inline bool fastToken(TokenSlot& t) noexcept;
-    // These return true when the token is to be handed out as it is, without the
-    // closing NUL that an ordinary token gets.
-    void lex(TokenSlot& t);
-    bool textOrMarkup(TokenSlot& t);
-    bool markup(TokenSlot& t);
-    bool declaration(TokenSlot& t);
-    bool processingInstruction(TokenSlot& t);
-    void startTag(TokenSlot& t);
+    explicit Impl(std::unique_ptr<Source> from) noexcept
+        : source(std::move(from)), p(source->begin()), end(source->end()), endlessFinalCr(source->endlessFinalCr()) {}
+
+    // The rules of the frequent tokens are inlined into next(): a call per
+    // token costs as much as some of the tokens.
+    [[gnu::always_inline]] inline void lex() noexcept;
+    [[gnu::always_inline]] inline void textOrMarkup() noexcept;
+    [[gnu::always_inline]] inline void markup() noexcept;
+    [[gnu::always_inline]] inline void startTag() noexcept;
+    [[gnu::noinline]] void declaration() noexcept;
+    [[gnu::noinline]] void processingInstruction() noexcept;
 
     LexState afterTag() const noexcept { return depth != 0 ? LexState::Content : LexState::Prolog; }
 
-    void skipSpace() noexcept {
-        while (isSpace(source->peek())) source->get();
+    // The next character without taking it, or -1 at the end; a CR reads as LF.
+    [[gnu::always_inline]] int peek() const noexcept {
+        if (p == end) return -1;
+        const int c = static_cast<unsigned char>(*p);
+        return c == '\r' ? '\n' : c;
+    }
+
+    // Takes the line end at a CR: CR LF is one, a lone CR another. Deliberately,
+    // a CR that ends a buffer is never taken: it reads as LF, and a line, forever.
+    [[gnu::always_inline]] void takeCr() noexcept {
+        ++sourceLine;
+        if (p + 1 != end) {
+            p += p[1] == '\n' ? 2 : 1;
+        } else if (!endlessFinalCr) {
+            ++p;
+        }
+    }
+
+    // Takes the next character into the token; -1 at the end (nothing kept).
+    [[gnu::always_inline]] int take() noexcept {
+        if (p == end) return -1;
+        const int c = static_cast<unsigned char>(*p);
+        if (c == '\r') {
+            takeCr();
+            t.appendByte('\n');
+            return '\n';
+        }
+        t.appendRaw(p++, 1);
+        if (c == '\n') ++sourceLine;
+        return c;
+    }
+
+    [[gnu::always_inline]] void skipSpace() noexcept {
+        while (p != end) {
+            const char c = *p;
+            if (c == ' ' || c == '\t') {
+                ++p;
+            } else if (c == '\n') {
+                ++p;
+                ++sourceLine;
+            } else if (c == '\r') {
+                takeCr();
+            } else {
+                return;
+            }
+        }
+    }
+
+    // Takes the run of bytes before the first `stop`, CR or the end into the
+    // token, counting its line ends, and returns its length. Values and
+    // character data are scanned 16 bytes at a time: most are shorter, so one
+    // step ends the scan whatever their length. A run that ends in its first
+    // block without a NUL has its key measured on the way (a value may be an
+    // enumeration's word, to be looked up).
+    [[gnu::always_inline]] std::size_t takeUntil(char stop, NameKey* key = nullptr) noexcept {
+        const char* q = p;
+        unsigned long lines = 0;
+#if defined(__SSE2__)
+        for (; end - q >= 16; q += 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+            const unsigned stops = bytesEqual(block, stop) | bytesEqual(block, '\r');
+            const unsigned lineEnds = bytesEqual(block, '\n');
+            if (stops != 0) {
+                const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
+                const unsigned before = (1u << at) - 1;
+                lines += countBits(lineEnds & before);
+                if (key != nullptr && q == p && (bytesEqual(block, '\0') & before) == 0) {
+                    key->data = q;
+                    key->length = at;
+                    key->hash = hashEnd(at == 0 ? kNameHashSeed : hashBlock(kNameHashSeed, wordBefore(block, at, 0),
+                                                                           wordBefore(block, at, 1)),
+                                        at);
+                }
+                q += at;
+                goto found;
+            }
+            lines += countBits(lineEnds);
+        }
+#endif
+        for (; q != end && *q != stop && *q != '\r'; ++q) lines += *q == '\n';
+#if defined(__SSE2__)
+    found:
+#endif
+        // A stop that is LF itself ends the run before any line is counted.
+        sourceLine += lines;
+        const std::size_t length = static_cast<std::size_t>(q - p);
+        t.appendRaw(p, length);
+        p = q;
+        return length;
     }
 
     // Element or attribute name, as the payload; stops before white space, "/",
     // "=", ">". With `measure`, the token gets the name's key on the way.
-    void readName(TokenSlot& t, bool measure) noexcept {
+    [[gnu::always_inline]] void readName(bool measure) noexcept {
         t.markDataStart();
+        const char* q = p;
         std::uint32_t hash = 0;
-        std::uint32_t hashed = 0;  // bytes before the first NUL
-        std::uint32_t taken = 0;
-        bool pastKey = !measure;   // a NUL ends the key, not the name
-        for (;;) {
-            if (source->buffered()) {
-                const std::string_view run = pastKey ? source->takeRun(endsName) : source->takeHashedRun(kNameRunStops, hash);
-                t.appendRun(run);
-                taken += static_cast<std::uint32_t>(run.size());
-                if (!pastKey) hashed += static_cast<std::uint32_t>(run.size());
+        bool hashed = false;
+#if defined(__SSE2__)
+        // A name's end and its hash, a block at a time; a byte below "!" that
+        // is not white space (a NUL ends the key there) goes the careful way.
+        std::uint64_t h = kNameHashSeed;
+        while (end - q >= 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+            const __m128i low = _mm_min_epu8(block, _mm_set1_epi8(' '));
+            const unsigned stops = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(low, block))) |
+                                   bytesEqual(block, '/') | bytesEqual(block, '=') | bytesEqual(block, '>');
+            if (stops == 0) {
+                h = hashBlock(h, wordBefore(block, 16, 0), wordBefore(block, 16, 1));
+                q += 16;
+                continue;
             }
-            if (endsName(source->peek())) break;
-            const int c = source->get();
-            if (c == -1) {
-                t.type = Tok::Eof;
-                break;
-            }
-            t.append(c);
-            ++taken;
-            pastKey = pastKey || c == 0;
-            if (!pastKey) {
-                hash = hash * 9 + static_cast<std::uint32_t>(c);
-                ++hashed;
-            }
+            const unsigned at = static_cast<unsigned>(std::countr_zero(stops));
+            if (!endsName(static_cast<unsigned char>(q[at]))) break;
+            if (at != 0) h = hashBlock(h, wordBefore(block, at, 0), wordBefore(block, at, 1));
+            q += at;
+            hash = hashEnd(h, static_cast<std::size_t>(q - p));
+            hashed = true;
+            break;
         }
+#endif
+        std::size_t keyLength = static_cast<std::size_t>(q - p);
+        if (!hashed) {
+            while (q != end && !kNameRunStops[static_cast<unsigned char>(*q)]) ++q;
+            keyLength = static_cast<std::size_t>(q - p);
+            hash = nameHash(std::string_view(p, keyLength));
+            while (q != end && !endsName(static_cast<unsigned char>(*q))) ++q;  // past a NUL, which ends only the key
+        }
+        t.appendRaw(p, static_cast<std::size_t>(q - p));
+        const std::uint32_t taken = static_cast<std::uint32_t>(q - p);
+        p = q;
+        if (p == end) t.type = Tok::Eof;
         t.markDataEnd();
         // A failed growth loses bytes: the key would no longer match the payload.
         if (measure && t.hasData && t.dataLength == taken) {
             t.named = true;
             t.nameHash = hash;
-            t.nameLength = hashed;
+            t.nameLength = static_cast<std::uint32_t>(keyLength);
         }
     }
 
-    // Takes characters up to and including `delimiter`.
-    void readThrough(TokenSlot& t, int delimiter) noexcept {
+    // Takes characters up to and including ">".
+    [[gnu::always_inline]] void readThroughClose() noexcept {
         for (;;) {
-            const int c = source->get();
+            takeUntil('>');
+            const int c = take();
             if (c == -1) {
                 t.type = Tok::Eof;
                 return;
             }
-            t.append(c);
-            if (c == delimiter) return;
+            if (c == '>') return;
         }
     }
 };
 
-// Most tokens of a buffered source are lexed here, straight from the buffer:
-// tags, attributes and their values, and character data. Where a token needs
-// the character-by-character path (a CR, which reads as LF and may never be
-// consumed; the end of input; a NUL in a name; declarations, processing
-// instructions and "<<"; a missing "="; an accumulator that would have to grow
-// past its storage or its limit) this returns false having taken nothing and
-// changed no field of the slot, and lex() starts the token afresh. What it
-// makes is what lex() would have made, field for field, except that a token
-// that is one run of the input is left there rather than copied.
-bool Lexer::Impl::fastToken(TokenSlot& t) noexcept {
-    const char* p = source->cursor();
-    const char* const end = source->end();
-    if (p == end) return false;
-    unsigned long lines = 0;
-    // The accumulator is one or two pieces of the input: white space that lex()
-    // skips is not appended.
-    const char* const head = p;
-    const char* headEnd = head;
-    const char* tail = head;
-    const char* tailEnd = head;
-    Tok type;
-    std::uint32_t dataStart = 0;
-    std::size_t dataLength = 0;
-    bool hasData = false;
-    bool named = false;
-    std::uint32_t hash = 0;
-    int newDepth = depth;
-    LexState newState;
-
-    switch (state) {
-    case LexState::Content:
-    case LexState::Prolog:
-        if (*p != '<') {  // character data up to the next "<"
-            type = state == LexState::Content ? Tok::Content : Tok::Unknown;
-            p = findRaw(p, end, '<', lines);
-            if (!p) return false;
-            headEnd = p;
-            hasData = true;
-            dataLength = static_cast<std::size_t>(p - head);
-            newState = state;
-            break;
-        }
-        if (end - p < 2) return false;
-        if (p[1] == '/') {  // </name ... >
-            type = Tok::EndTag;
-            const char* nameEnd = nameRaw(p + 2, end, hash);
-            if (!nameEnd) return false;
-            p = throughRaw(nameEnd, end, '>', lines);
-            if (!p) return false;
-            headEnd = p;
-            dataStart = 2;
-            hasData = true;
-            dataLength = static_cast<std::size_t>(nameEnd - (head + 2));
-            --newDepth;
-            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
-            break;
-        }
-        if (p[1] == '!' || p[1] == '?' || p[1] == '<') return false;
-        {  // <name
-            headEnd = nameRaw(p + 1, end, hash);
-            if (!headEnd) return false;
-            dataStart = 1;
-            hasData = true;
-            named = true;
-            dataLength = static_cast<std::size_t>(headEnd - (head + 1));
-            p = skipSpaceRaw(headEnd, end, lines);
-            if (!p) return false;
-            if (*p == '/') {
-                type = Tok::EmptyTag;
-                tail = p;
-                p = throughRaw(p, end, '>', lines);
-                if (!p) return false;
-                tailEnd = p;
-                newState = LexState::Content;  // even at depth 0
-            } else if (*p == '>') {
-                type = Tok::StartTag;
-                tail = p++;
-                tailEnd = p;
-                ++newDepth;
-                newState = LexState::Content;
-            } else {
-                type = Tok::StartTagOpen;
-                newState = LexState::InTag;
-            }
-        }
-        break;
-    case LexState::InTag:
-        p = skipSpaceRaw(p, end, lines);
-        if (!p) return false;
-        tail = p;  // white space before the token is not appended
-        if (*p == '>') {
-            type = Tok::StartTagClose;
-            tailEnd = ++p;
-            ++newDepth;
-            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
-        } else if (*p == '/') {
-            type = Tok::EmptyTagClose;
-            p = throughRaw(p, end, '>', lines);
-            if (!p) return false;
-            tailEnd = p;
-            newState = newDepth != 0 ? LexState::Content : LexState::Prolog;
-        } else {
-            type = Tok::Attribute;
-            tailEnd = nameRaw(p, end, hash);
-            if (!tailEnd) return false;
-            hasData = true;
-            named = true;
-            dataLength = static_cast<std::size_t>(tailEnd - tail);
-            p = skipSpaceRaw(tailEnd, end, lines);
-            if (!p) return false;
-            newState = LexState::AfterAttrName;
-        }
-        break;
-    case LexState::AfterAttrName:
-        p = skipSpaceRaw(p, end, lines);
-        if (!p || *p != '=') return false;
-        type = Tok::Equal;
-        tail = p++;
-        tailEnd = p;
-        p = skipSpaceRaw(p, end, lines);
-        if (!p) return false;
-        newState = LexState::AfterEqual;
-        break;
-    case LexState::AfterEqual: {
-        // Any character delimits the value; a line end does so only on the careful path.
-        const char delimiter = *p;
-        if (delimiter == '\r' || delimiter == '\n') return false;
-        type = Tok::AttValue;
-        p = throughRaw(p + 1, end, delimiter, lines);
-        if (!p) return false;
-        headEnd = p;
-        dataStart = 1;
-        hasData = true;
-        dataLength = static_cast<std::size_t>(headEnd - head) - 2;
-        newState = LexState::InTag;
-        break;
-    }
-    default:
-        return false;
-    }
-
-    const std::size_t headLength = static_cast<std::size_t>(headEnd - head);
-    const std::size_t tailLength = static_cast<std::size_t>(tailEnd - tail);
-    const std::uint64_t used = headLength + tailLength;
-    const std::uint64_t capacity = TokenSlot::terminatedCapacity(used);
-    // Room for the closing NUL, and for copying a short piece as a whole block.
-    if (capacity > t.limit || !t.reserve(capacity + kShortPiece + 1)) return false;
-    if (headLength == 0) {
-        t.input = tail;
-    } else if (tailLength == 0 || headEnd == tail) {
-        t.input = head;
-    } else {  // white space between the pieces: "<name >", say
-        copyPiece(t.storage, head, headLength, end);
-        copyPiece(t.storage + headLength, tail, tailLength, end);
-        t.storage[used] = '\0';
-        t.input = nullptr;
-    }
-    t.type = type;
-    t.used = static_cast<std::uint32_t>(used);
-    t.capacity = static_cast<std::uint32_t>(capacity);
-    t.dataStart = dataStart;
-    t.dataLength = static_cast<std::uint32_t>(dataLength);
-    t.hasData = hasData;
-    t.named = named;
-    if (named) {
-        t.nameHash = hash;
-        t.nameLength = static_cast<std::uint32_t>(dataLength);
-    }
-    source->skipScanned(p, lines);
-    depth = newDepth;
-    state = newState;
-    return true;
-}
-
-void Lexer::Impl::lex(TokenSlot& t) {
+inline void Lexer::Impl::lex() noexcept {
     switch (state) {
     case LexState::InTag: {  // <name |
         skipSpace();
-        const int c = source->peek();
+        const int c = peek();
         if (c == '>') {
             t.type = Tok::StartTagClose;
-            t.append(source->get());
+            take();
             ++depth;
             state = afterTag();
         } else if (c == '/') {
             t.type = Tok::EmptyTagClose;
-            readThrough(t, '>');
+            readThroughClose();
             state = afterTag();  // depth unchanged
         } else {
             t.type = Tok::Attribute;
-            readName(t, true);
+            readName(true);
             skipSpace();
             state = LexState::AfterAttrName;
         }
@@ -409,9 +265,9 @@ void Lexer::Impl::lex(TokenSlot& t) {
     }
     case LexState::AfterAttrName: {  // <name attr |
         skipSpace();
-        if (source->peek() == '=') {
+        if (peek() == '=') {
             t.type = Tok::Equal;
-            t.append(source->get());
+            take();
             skipSpace();
             state = LexState::AfterEqual;
             break;
@@ -419,134 +275,140 @@ void Lexer::Impl::lex(TokenSlot& t) {
         // No "=": give up on the rest of the tag, but keep the depth as if it had closed.
         t.type = Tok::LexError;
         errorText = kExpectEqualInTag;
-        readThrough(t, '>');
+        readThroughClose();
         if (t.type == Tok::Eof) return;
-        const bool emptyTag = t.used >= 2 && t.storage[t.used - 2] == '/';
+        const bool emptyTag = t.used >= 2 && t.text()[t.used - 2] == '/';
         if (!emptyTag) ++depth;
         state = afterTag();
         break;
     }
     case LexState::AfterEqual: {  // <name attr=|
         // Any character delimits the value, not only quotes.
-        const int delimiter = source->peek();
+        const int delimiter = peek();
         t.type = Tok::AttValue;
-        t.append(source->get());
+        if (take() == -1) t.appendByte(static_cast<char>(-1));  // the end of input, kept as a byte
         t.markDataStart();
-        for (;;) {
-            if (source->buffered()) t.appendRun(source->takeRun([delimiter](int c) { return c == delimiter; }));
-            const int c = source->peek();
+        NameKey key;
+        for (bool first = true;; first = false) {
+            if (delimiter != -1) takeUntil(static_cast<char>(delimiter), first ? &key : nullptr);
+            const int c = peek();
             if (c == -1) {
                 t.type = Tok::Eof;
                 state = LexState::InTag;
                 return;
             }
             if (c == delimiter) break;
-            t.append(source->get());
+            key.data = nullptr;  // the value goes on past a line end
+            take();
         }
         t.markDataEnd();
-        t.append(source->get());
+        if (key.data != nullptr && t.hasData && t.dataLength == key.length) {
+            t.named = true;
+            t.nameHash = key.hash;
+            t.nameLength = static_cast<std::uint32_t>(key.length);
+        }
+        take();
         state = LexState::InTag;
         break;
     }
     case LexState::Content:
         t.type = Tok::Content;
-        if (textOrMarkup(t)) return;
-        break;
+        textOrMarkup();
+        return;
     case LexState::Prolog:
-        if (textOrMarkup(t)) return;  // the type stays TOK_UNKNOWN for text
-        break;
+        textOrMarkup();  // the type stays TOK_UNKNOWN for text
+        return;
     default:
         break;  // not a state this lexer sets: an empty token
     }
     t.terminate();
 }
 
-bool Lexer::Impl::textOrMarkup(TokenSlot& t) {
-    int c = source->peek();
-    if (c == -1) {
+inline void Lexer::Impl::textOrMarkup() noexcept {
+    if (p == end) {
         t.type = Tok::Eof;
-        return true;
+        return;
     }
-    if (c == '<') return markup(t);
+    if (*p == '<') {
+        markup();
+        return;
+    }
     // Character data, white space included: indentation between tags is a token too.
     t.markDataStart();
-    do {
-        if (source->buffered()) t.appendRun(source->takeRun([](int b) { return b == '<'; }));
-        c = source->peek();
-        if (c == '<' || c == -1) break;
-        t.append(source->get());
-        c = source->peek();
-    } while (c != '<' && c != -1);
+    for (;;) {
+        takeUntil('<');
+        if (p == end || *p == '<') break;
+        take();  // a line end at a CR
+    }
     t.markDataEnd();
-    return false;
+    t.terminate();
 }
 
-bool Lexer::Impl::markup(TokenSlot& t) {
-    t.append(source->get());  // "<"
-    switch (source->peek()) {
+inline void Lexer::Impl::markup() noexcept {
+    take();  // "<"
+    switch (peek()) {
     case '!':
-        return declaration(t);
+        declaration();
+        return;
     case '/':  // </
         t.type = Tok::EndTag;
-        t.append(source->get());
-        readName(t, false);   // matched against the open element's name, not looked up
-        readThrough(t, '>');  // whatever follows the name is not checked
+        take();
+        readName(false);     // matched against the open element's name, not looked up
+        readThroughClose();  // whatever follows the name is not checked
         // The name is not matched against the open element, and depth may go negative.
         --depth;
         state = afterTag();
         break;
     case '?':
-        return processingInstruction(t);
+        processingInstruction();
+        return;
     case '<':
-        return true;  // "<" alone; the second "<" starts the next token
+        return;  // "<" alone; the second "<" starts the next token
     default:
-        startTag(t);
+        startTag();
         break;
     }
-    return false;
+    t.terminate();
 }
 
-bool Lexer::Impl::declaration(TokenSlot& t) {  // <!
+void Lexer::Impl::declaration() noexcept {  // <!
     t.type = Tok::Comment;
-    t.append(source->get());
+    take();
     for (int i = 0; i < 8; ++i) {
-        const int c = source->get();
+        const int c = take();
         if (c == -1) {
             t.type = Tok::Eof;
-            return true;
+            return;
         }
-        t.append(c);
-        if (c == '>') return true;  // a short comment such as <!---->
+        if (c == '>') return;  // a short comment such as <!---->
     }
     t.terminate();
-    const char* head = t.storage;  // "<!" and the 8 characters after it
-    if (t.used < 10) {             // some were lost to a failed growth
-        readThrough(t, '>');
+    const char* head = t.text();  // "<!" and the 8 characters after it
+    if (t.used < 10) {            // some were lost to a failed growth
+        readThroughClose();
     } else if (std::memcmp(head + 2, "[CDATA[", 7) == 0) {
         t.type = Tok::CData;
-        int before1 = head[9], before2 = head[8];
+        int before1 = static_cast<unsigned char>(head[9]), before2 = static_cast<unsigned char>(head[8]);
         for (;;) {
-            const int c = source->get();
+            const int c = take();
             if (c == -1) {
                 t.type = Tok::Eof;
                 break;
             }
-            t.append(c);
             if (c == '>' && before1 == ']' && before2 == ']') break;
             before2 = before1;
             before1 = c;
         }
     } else if (std::memcmp(head + 2, "DOCTYPE", 7) == 0) {
-        if (!isSpace(static_cast<unsigned char>(head[9]))) return true;  // a comment of 10 characters
+        if (!isSpace(static_cast<unsigned char>(head[9]))) return;  // a comment of 10 characters
         t.type = Tok::Doctype;
         bool inSubset = false;
         for (;;) {
-            const int c = source->get();
+            const int c = take();
             if (c == -1) {
                 t.type = Tok::Eof;
                 break;
             }
-            t.append(c);
             if (c == '[') {
                 inSubset = true;
             } else if (c == ']') {
@@ -558,46 +420,45 @@ bool Lexer::Impl::declaration(TokenSlot& t) {  // <!
     } else {
         // Deliberately a comment ends at the first ">", not at "-->": the server's
         // own documents never put ">" in a comment.
-        readThrough(t, '>');
+        readThroughClose();
     }
-    return false;
+    t.terminate();
 }
 
-bool Lexer::Impl::processingInstruction(TokenSlot& t) {  // <?
-    t.append(source->get());
+void Lexer::Impl::processingInstruction() noexcept {  // <?
+    take();
     for (int i = 0; i < 4; ++i) {
-        const int c = source->get();
+        const int c = take();
         if (c == -1) {
             t.type = Tok::Eof;
-            return true;
+            return;
         }
-        t.append(c);
         if (c == '>') {
             t.type = Tok::PI;
-            return true;
+            return;
         }
     }
-    const char* head = t.storage;
+    const char* head = t.text();
     const bool xmlDecl = t.used >= 6 && std::memcmp(head + 2, "xml", 3) == 0 &&
                          isSpace(static_cast<unsigned char>(head[5]));
     t.type = xmlDecl ? Tok::XmlDec : Tok::PI;
-    readThrough(t, '>');
-    return false;
+    readThroughClose();
+    t.terminate();
 }
 
-void Lexer::Impl::startTag(TokenSlot& t) {  // <|name
+inline void Lexer::Impl::startTag() noexcept {  // <|name
     // At the end of input the name sets TOK_EOF and the peek below still makes the
     // token a TOK_START_TAG_OPEN: the next tokens end the input inside the tag.
-    readName(t, true);
+    readName(true);
     skipSpace();
-    const int c = source->peek();
+    const int c = peek();
     if (c == '/') {
         t.type = Tok::EmptyTag;
-        readThrough(t, '>');
+        readThroughClose();
         state = LexState::Content;  // even at depth 0
     } else if (c == '>') {
         t.type = Tok::StartTag;
-        t.append(source->get());
+        take();
         ++depth;
         state = LexState::Content;
     } else {
@@ -606,52 +467,41 @@ void Lexer::Impl::startTag(TokenSlot& t) {  // <|name
     }
 }
 
-Lexer::Lexer() : impl_(new (std::nothrow) Impl) {}
+Lexer::Lexer() = default;
 Lexer::~Lexer() = default;
 
 std::unique_ptr<Lexer> Lexer::onFile(const char* path) {
-    std::unique_ptr<Source> source = Source::openFile(path);
-    if (!source) return nullptr;
-    std::unique_ptr<Lexer> lexer(new (std::nothrow) Lexer);
-    if (!lexer || !lexer->impl_) return nullptr;  // the source closes and unlocks as it goes
-    lexer->impl_->source = std::move(source);
-    return lexer;
+    return on(Source::openFile(path));
 }
 
 std::unique_ptr<Lexer> Lexer::onMemory(const char* buffer, std::size_t length) {
-    std::unique_ptr<Source> source = Source::openMemory(buffer, length);
+    return on(Source::openMemory(buffer, length));
+}
+
+std::unique_ptr<Lexer> Lexer::on(std::unique_ptr<Source> source) {
     if (!source) return nullptr;
     std::unique_ptr<Lexer> lexer(new (std::nothrow) Lexer);
-    if (!lexer || !lexer->impl_) return nullptr;
-    lexer->impl_->source = std::move(source);
+    if (!lexer) return nullptr;  // the source closes and unlocks as it goes
+    lexer->impl_.reset(new (std::nothrow) Impl(std::move(source)));
+    if (!lexer->impl_) return nullptr;
     return lexer;
 }
 
 Token Lexer::next() {
     Impl& impl = *impl_;
-    TokenSlot& slot = impl.slots[impl.nextSlot];
-    impl.nextSlot = (impl.nextSlot + 1) % Impl::kSlots;
-    impl.line = impl.source->line();
-    // The fast path sets every field that reset() would have cleared.
-    if (impl.source->buffered() && impl.fastToken(slot)) {
-        ++slot.generation;
-    } else {
-        slot.reset();
-        impl.lex(slot);
-    }
-    return Token(&slot);
+    impl.t.reset();
+    impl.line = impl.sourceLine;
+    impl.lex();
+    return Token(&impl.t);
 }
 
 unsigned long Lexer::line() const noexcept { return impl_->line; }
-unsigned long Lexer::sourceLine() const noexcept { return impl_->source->line(); }
+unsigned long Lexer::sourceLine() const noexcept { return impl_->sourceLine; }
 LexState Lexer::state() const noexcept { return impl_->state; }
 int Lexer::depth() const noexcept { return impl_->depth; }
 const char* Lexer::errorText() const noexcept { return impl_->errorText; }
 bool Lexer::mapped() const noexcept { return impl_->source->mapped(); }
-
-void Lexer::setAccumulatorLimit(std::uint32_t bytes) noexcept {
-    for (TokenSlot& slot : impl_->slots) slot.limit = bytes;
-}
+void Lexer::setAccumulatorLimit(std::uint32_t bytes) noexcept { impl_->t.limit = bytes; }
 
 void reportLexError(const Lexer* lexer, const char* message) {
     if (lexer) {

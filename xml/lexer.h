@@ -1,5 +1,4 @@
 #pragma once
-#include <cassert>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -18,15 +17,15 @@ const char* tokenTypeName(int type) noexcept;
 enum class LexState : int { Prolog = 0, InTag = 2, AfterAttrName = 3, AfterEqual = 4, Content = 5 };
 
 class Lexer;
+class Source;
 struct TokenSlot;
 
-/// One token, borrowed from the lexer that produced it. It stays valid until the
-/// lexer has produced three more tokens (enough for an attribute name, its "="
-/// and its value, or a peeked token and two more); whatever is kept longer is
-/// copied. Most tokens read their bytes in the lexer's input, so a buffer given
-/// to onMemory must stay unchanged while its tokens are read. Builds with
-/// assertions enabled abort on a stale token. A
-/// default-constructed Token is "no token" (what the C interface returned as null).
+/// One token, borrowed from the lexer that produced it. It is valid until the
+/// lexer produces the next one (a token stream's next(), peek() or skip() that
+/// lexes); whatever is kept longer is copied. Most tokens read their bytes in
+/// the lexer's input, so a buffer given to onMemory must stay unchanged while
+/// its tokens are read. Reading a token after that aborts, in every build.
+/// A default-constructed Token is "no token" (what the C interface returned as null).
 class Token {
 public:
     Token() = default;
@@ -39,11 +38,9 @@ public:
     std::string_view payload() const noexcept;
     /// Every character the lexer consumed for this token, in order.
     std::string_view accumulated() const noexcept;
-    /// The payload as a C string: stops at an embedded NUL, "" when empty. Stores
-    /// the NUL in place, over the next raw character (a closing quote, say).
-    const char* terminatedPayload() noexcept;
     /// The payload's name key (its bytes up to an embedded NUL): measured by the
-    /// lexer for element and attribute names, here for any other token.
+    /// lexer for element and attribute names, here for any other token. Valid
+    /// as long as the token.
     NameKey nameKey() const noexcept;
     /// The payload as a new string, up to an embedded NUL; an AttValue has its
     /// entity references decoded (reporting unknown ones on stderr).
@@ -51,7 +48,7 @@ public:
     /// strncmp of the payload against `text` over the payload's length, so a
     /// payload that is a prefix of `text` compares equal; -1 with no payload.
     int comparePayload(const char* text) const noexcept;
-    /// Bytes the accumulator would hold under the 16-byte, doubling rule.
+    /// Bytes of the accumulator under the 16-byte, doubling rule.
     std::uint32_t capacity() const noexcept;
     /// The token dump: "=====...", type, sizes, payload, accumulator.
     void dump(std::FILE* out) const;
@@ -96,6 +93,7 @@ public:
 
 private:
     Lexer();
+    static std::unique_ptr<Lexer> on(std::unique_ptr<Source> source);
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
@@ -113,9 +111,11 @@ namespace xml {
 
 inline Token::Token(TokenSlot* slot) noexcept : slot_(slot), generation_(slot ? slot->generation : 0) {}
 
+/// Aborts: a token was read after the lexer had moved on.
+[[noreturn]] void staleToken() noexcept;
+
 inline const TokenSlot* Token::live() const noexcept {
-    // A token outlived by three newer ones reads a reused slot.
-    assert(!slot_ || slot_->generation == generation_);
+    if (slot_ != nullptr && slot_->generation != generation_) [[unlikely]] staleToken();
     return slot_;
 }
 
@@ -134,17 +134,6 @@ inline NameKey Token::nameKey() const noexcept {
     const TokenSlot* slot = live();
     if (slot && slot->named) return {slot->text() + slot->dataStart, slot->nameLength, slot->nameHash};
     return xml::nameKey(payload());
-}
-
-inline const char* Token::terminatedPayload() noexcept {
-    live();
-    if (!slot_ || !slot_->hasData || slot_->dataLength == 0) return "";
-    TokenSlot& slot = *slot_;
-    slot.ownText();
-    const std::uint32_t end = slot.dataStart + slot.dataLength;
-    if (end == slot.capacity) slot.grow();  // storage has room for the NUL even if this fails
-    slot.storage[end] = '\0';
-    return slot.storage + slot.dataStart;
 }
 
 }  // namespace xml

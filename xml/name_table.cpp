@@ -19,18 +19,24 @@ std::string_view untilNul(std::string_view name) noexcept {
 
 namespace {
 
-// The hash and the length of a name in one pass, stopping at a NUL or after
-// `limit` bytes, so that a look-up reads the name once.
+// The hash and the length of a name, stopping at a NUL or after `limit` bytes.
 struct Measured {
     std::uint32_t hash;
     std::size_t length;
 };
 
 Measured measure(const char* name, std::size_t limit) noexcept {
-    std::uint32_t h = 0;
-    std::size_t n = 0;
-    for (; n < limit && name[n] != '\0'; ++n) h = h * 9 + static_cast<unsigned char>(name[n]);
-    return {h, n};
+    const std::size_t n = limit == 0 ? 0 : ::strnlen(name, limit);
+    std::uint64_t h = kNameHashSeed;
+    for (std::size_t at = 0; at < n; at += 16) {
+        char block[16] = {};
+        std::memcpy(block, name + at, std::min<std::size_t>(16, n - at));
+        std::uint64_t low, high;
+        std::memcpy(&low, block, 8);
+        std::memcpy(&high, block + 8, 8);
+        h = hashBlock(h, low, high);
+    }
+    return {hashEnd(h, n), n};
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "xml/source.h"
 
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <new>
 #include <sys/mman.h>
@@ -21,7 +22,6 @@ std::unique_ptr<Source> Source::openFile(const char* path) {
     if (!path) return nullptr;
     std::unique_ptr<Source> source(new (std::nothrow) Source);
     if (!source) return nullptr;
-    source->path_ = path;
 
     // Readers share the lock; a writer holding it exclusively is never read half-written.
     // Without a lock file (already reported) the document is read unlocked.
@@ -42,21 +42,43 @@ std::unique_ptr<Source> Source::openFile(const char* path) {
         if (map != MAP_FAILED) {
             source->mapStart_ = map;
             source->mapLength_ = static_cast<std::size_t>(size);
-            source->cur_ = static_cast<const char*>(map);
-            source->end_ = source->cur_ + size;
+            source->begin_ = static_cast<const char*>(map);
+            source->end_ = source->begin_ + size;
+            return source;
         }
     }
-    if (!source->mapStart_) {
-        // Empty files, pipes and /proc files can't be mapped: read them as a stream.
-        source->stream_ = ::fdopen(source->fd_, "rb");
-        if (!source->stream_) {
-            std::fprintf(stderr, kFdopenError, path);
-            return nullptr;  // the destructor closes the document, then the lock
-        }
-        source->fd_ = -1;  // owned by the stream now
+    // Empty files, pipes and /proc files can't be mapped: they are read whole
+    // through a stream and lexed as a buffer is.
+    std::FILE* stream = ::fdopen(source->fd_, "rb");
+    if (!stream) {
+        std::fprintf(stderr, kFdopenError, path);
+        return nullptr;  // the destructor closes the document, then the lock
     }
-    source->line_ = 1;
+    source->fd_ = -1;  // owned by the stream now
+    const bool complete = source->readStream(stream);
+    std::fclose(stream);
+    if (!complete) return nullptr;
     return source;
+}
+
+// A read error ends the input as the end of the stream would.
+bool Source::readStream(std::FILE* stream) noexcept {
+    std::size_t size = 0, room = 4096;
+    std::unique_ptr<char[]> bytes(new (std::nothrow) char[room]);
+    if (!bytes) return false;
+    for (;;) {
+        size += std::fread(bytes.get() + size, 1, room - size, stream);
+        if (size < room) break;
+        std::unique_ptr<char[]> bigger(new (std::nothrow) char[room * 2]);
+        if (!bigger) return false;
+        std::memcpy(bigger.get(), bytes.get(), size);
+        bytes = std::move(bigger);
+        room *= 2;
+    }
+    read_ = std::move(bytes);
+    begin_ = read_.get();
+    end_ = begin_ + size;
+    return true;
 }
 
 std::unique_ptr<Source> Source::openMemory(const char* buffer, std::size_t length) {
@@ -66,7 +88,7 @@ std::unique_ptr<Source> Source::openMemory(const char* buffer, std::size_t lengt
     }
     std::unique_ptr<Source> source(new (std::nothrow) Source);
     if (!source) return nullptr;
-    source->cur_ = buffer;
+    source->begin_ = buffer;
     source->end_ = buffer + length;
     return source;
 }
@@ -74,26 +96,8 @@ std::unique_ptr<Source> Source::openMemory(const char* buffer, std::size_t lengt
 Source::~Source() {
     // Document first, then the lock: a writer waiting for it may replace the file at once.
     if (mapStart_) ::munmap(mapStart_, mapLength_);
-    if (stream_) std::fclose(stream_);
     if (fd_ >= 0) ::close(fd_);
     unlockAndClose(sys::realCalls(), lockFd_);
-}
-
-int Source::streamPeek() noexcept {
-    const int c = std::fgetc(stream_);
-    std::ungetc(c, stream_);  // no-op for EOF
-    return c == '\r' ? '\n' : c;
-}
-
-int Source::streamGet() noexcept {
-    int c = std::fgetc(stream_);
-    if (c == '\r') {
-        const int after = std::fgetc(stream_);
-        if (after != '\n') std::ungetc(after, stream_);
-        c = '\n';
-    }
-    if (c == '\n') ++line_;
-    return c;
 }
 
 }  // namespace xml

@@ -1,4 +1,4 @@
-#include <cassert>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -46,6 +46,11 @@ int referenceValue(const std::string& name) {
 }
 
 }  // namespace
+
+void staleToken() noexcept {
+    std::fputs("xml: a token was read after the lexer had moved on\n", stderr);
+    std::abort();
+}
 
 const char* tokenTypeName(int type) noexcept {
     if (type < kFirstType || type > kLastType) return "Invalid Token";
@@ -138,7 +143,7 @@ void Token::dump(std::FILE* out) const {
     std::fprintf(out, "Token Type: %s\n", tokenTypeName(static_cast<int>(slot->type)));
     std::fprintf(out, "Data size: %u Accum size: %u\n", slot->dataLength, slot->capacity);
     std::fprintf(out, "Data: [%s]\n", payloadString().c_str());
-    // The accumulator prints as a C string: it ends at a NUL put in by terminatedPayload.
+    // The accumulator prints as a C string: a NUL in the input ends it.
     const std::string_view all = accumulated();
     const int shown = all.empty() ? 0 : static_cast<int>(::strnlen(all.data(), all.size()));
     std::fprintf(out, "Accumulator:\n[%.*s]\n", shown, all.empty() ? "" : all.data());

@@ -1,9 +1,7 @@
 #pragma once
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 
 #include "xml/token_type.h"
 
@@ -14,16 +12,18 @@ namespace xml {
 /// exhaust the machine; on the 32-bit platform the address space ends sooner.
 constexpr std::uint32_t kAccumulatorLimit = 1u << 30;
 
-/// The storage behind a Token: the characters the lexer consumed for it and the
-/// payload slice. The lexer reuses a few slots in turn, so the buffer outlives
-/// the token and is allocated only when a token is longer than any before it.
+/// The storage behind the lexer's current token: the characters consumed for
+/// it and the payload slice.
 ///
-/// `capacity` is what a token-owned accumulator would have allocated (16 bytes on
-/// the first character, doubling when full); the token dump prints it, so it is
-/// kept exactly even though `storage` is shared by successive tokens.
+/// The accumulator is counted as a token-owned one would be (16 bytes on the
+/// first character, doubling when full, failing past `limit`): `capacity` is
+/// what the token dump prints. The bytes themselves stay where they lie in the
+/// input while they are one unchanged run of it, which most tokens are; a
+/// token with a skipped gap or a line end to translate is copied into
+/// `storage`, which is kept from token to token.
 struct TokenSlot {
     Tok type = Tok::Unknown;
-    std::uint32_t generation = 0;  // bumped on reuse, so stale Tokens can be caught
+    std::uint32_t generation = 0;  // one per token, so a Token of an earlier one is refused
     std::uint32_t used = 0;        // bytes appended
     std::uint32_t capacity = 0;    // 0: no accumulator yet
     std::uint32_t dataStart = 0;
@@ -35,12 +35,9 @@ struct TokenSlot {
     std::uint32_t nameHash = 0;
     std::uint32_t nameLength = 0;
     std::uint32_t limit = kAccumulatorLimit;
-    char* storage = nullptr;       // at least capacity + 1 bytes once capacity > 0
+    const char* input = nullptr;  // the bytes while they are a run of the input
+    char* storage = nullptr;      // the bytes otherwise
     std::size_t storageSize = 0;
-    // Most tokens of a buffered source are a run of the input as it is: they are
-    // read there and copied into `storage` only when a NUL is to be stored.
-    // Null: the bytes are in `storage`.
-    const char* input = nullptr;
 
     TokenSlot() = default;
     TokenSlot(const TokenSlot&) = delete;
@@ -57,96 +54,92 @@ struct TokenSlot {
     }
 
     /// The accumulator's bytes (`used` of them).
-    const char* text() const noexcept { return input ? input : storage; }
+    const char* text() const noexcept { return input != nullptr ? input : storage; }
 
-    /// Moves a token read in place into `storage`, which the lexer made room for.
-    void ownText() noexcept {
-        if (!input) return;
-        std::memcpy(storage, input, used);
-        storage[used] = '\0';
-        input = nullptr;
-    }
-
-    /// Doubles the capacity (16 at first). False, with the type TOK_MEMORY_ERROR,
-    /// when that would pass the limit or the storage can't grow.
-    bool grow() noexcept {
-        const std::uint64_t wanted = capacity == 0 ? 16 : std::uint64_t{capacity} * 2;
-        if (wanted > limit) {
-            type = Tok::MemoryError;
-            return false;
-        }
-        if (wanted + 1 > storageSize) {  // + 1: room for the terminating NUL when full
-            void* bigger = std::realloc(storage, wanted + 1);
-            if (!bigger) {
-                type = Tok::MemoryError;
-                return false;
-            }
-            storage = static_cast<char*>(bigger);
-            storageSize = wanted + 1;
-        }
-        if (capacity == 0) {
-            dataStart = dataLength = 0;
-            hasData = false;
-        }
-        capacity = static_cast<std::uint32_t>(wanted);
-        return true;
-    }
-
-    /// Makes the storage at least `bytes` long without changing what the token
-    /// holds. False when it can't grow.
-    bool reserve(std::size_t bytes) noexcept {
-        if (bytes <= storageSize) return true;
-        void* bigger = std::realloc(storage, bytes);
-        if (!bigger) return false;
-        storage = static_cast<char*>(bigger);
-        storageSize = bytes;
-        return true;
-    }
-
-    /// The capacity after appending `used` bytes one by one (`used` > 0) and
-    /// storing the closing NUL: the first 16 * 2^k above `used`.
-    static constexpr std::uint64_t terminatedCapacity(std::uint64_t used) noexcept {
-        return used < 16 ? 16 : std::bit_ceil(used + 1);
-    }
-
-    /// Appends one byte; -1 when the accumulator could not grow (the byte is lost).
-    int append(int c) noexcept {
-        if (used == capacity && !grow()) return -1;
-        storage[used++] = static_cast<char>(c);
-        return 0;
-    }
-
-    /// Appends bytes as that many append() calls would: a failed growth loses
-    /// the rest of them.
-    void appendRun(std::string_view run) noexcept {
-        const char* p = run.data();
-        std::size_t n = run.size();
-        while (n != 0) {
-            if (used == capacity && !grow()) return;
-            const std::size_t room = capacity - used;
-            const std::size_t k = n < room ? n : room;
-            std::memcpy(storage + used, p, k);
-            used += static_cast<std::uint32_t>(k);
-            p += k;
-            n -= k;
+    /// Appends `n` bytes taken as they are from the input at `from`.
+    void appendRaw(const char* from, std::size_t n) noexcept {
+        if (n == 0) return;
+        if (used + n > capacity && (n = growFor(n)) == 0) return;
+        if (input != nullptr && from == input + used) {
+            used += static_cast<std::uint32_t>(n);
+        } else if (input == nullptr && used == 0) {
+            input = from;
+            used = static_cast<std::uint32_t>(n);
+        } else {
+            copyIn(from, n);
         }
     }
 
-    /// Stores a NUL after the last byte without counting it.
+    /// Appends a byte the input does not hold as it is (a line end read as LF).
+    void appendByte(char c) noexcept {
+        if (used + 1 > capacity && growFor(1) == 0) return;
+        copyIn(&c, 1);
+    }
+
+    /// Counts the closing NUL a token-owned accumulator would store.
     void terminate() noexcept {
-        if (capacity == 0) return;
-        if (used == capacity && !grow()) return;
-        storage[used] = '\0';
+        if (capacity != 0 && used == capacity) growTo(std::uint64_t{used} + 1);
     }
 
     void markDataStart() noexcept {
-        if (capacity == 0 && !grow()) return;
+        if (capacity == 0 && !growTo(1)) return;
         dataStart = used;
         hasData = true;
     }
 
     void markDataEnd() noexcept {
         if (capacity != 0 && hasData) dataLength = used - dataStart;
+    }
+
+private:
+    /// Doubles the capacity (16 at first) until it holds `size` bytes. False,
+    /// with the type TOK_MEMORY_ERROR, when that would pass the limit.
+    bool growTo(std::uint64_t size) noexcept {
+        std::uint64_t wanted = capacity;
+        if (wanted == 0) {
+            if (16 > limit) {
+                type = Tok::MemoryError;
+                return false;
+            }
+            wanted = 16;
+            dataStart = dataLength = 0;
+            hasData = false;
+        }
+        for (; wanted < size; wanted *= 2) {
+            if (wanted * 2 > limit) {
+                capacity = static_cast<std::uint32_t>(wanted);
+                type = Tok::MemoryError;
+                return false;
+            }
+        }
+        capacity = static_cast<std::uint32_t>(wanted);
+        return true;
+    }
+
+    /// How many of `n` more bytes the accumulator takes: all, or up to a
+    /// capacity that could not grow (the rest are lost, as they would be).
+    std::size_t growFor(std::size_t n) noexcept {
+        if (growTo(std::uint64_t{used} + n)) return n;
+        return capacity - used;
+    }
+
+    /// Appends into `storage`, first moving a run still in the input there.
+    void copyIn(const char* from, std::size_t n) noexcept {
+        if (capacity > storageSize) {
+            void* bigger = std::realloc(storage, capacity);
+            if (bigger == nullptr) {
+                type = Tok::MemoryError;
+                return;
+            }
+            storage = static_cast<char*>(bigger);
+            storageSize = capacity;
+        }
+        if (input != nullptr) {
+            std::memcpy(storage, input, used);
+            input = nullptr;
+        }
+        std::memcpy(storage + used, from, n);
+        used += static_cast<std::uint32_t>(n);
     }
 };
 
