@@ -13,9 +13,7 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
-#include "xml/home.h"
 #include "xml/log.h"
-#include "xml/posix_ops.h"
 
 namespace host {
 
@@ -28,7 +26,6 @@ namespace {
 constexpr int kError = 0;
 constexpr int kTrace = 1;
 
-constexpr const char* kDefaultDeviceDir = "/dev/nbdev";
 constexpr const char* kDescriptionName = ".repository.conf";
 constexpr std::size_t kNameField = 128;
 constexpr std::size_t kOwnerOffset = 6;
@@ -36,9 +33,6 @@ constexpr std::size_t kOwnerField = 148 - kOwnerOffset;
 constexpr int kOpenFailureLimit = 1000;
 constexpr std::time_t kBusyDeadlineSeconds = 30;
 
-std::string gDeviceDir = kDefaultDeviceDir;
-std::string gNodeNameOverride;
-bool gNodeNameOverridden = false;
 int gOpenFailures = 0;  // consecutive failed device opens, across calls
 
 // ---- little-endian fields at fixed offsets ----
@@ -80,8 +74,6 @@ constexpr AllotmentRow kAllotments[] = {
     {"testfile", 1'024},
 };
 constexpr std::uint32_t kDefaultAllotment = 1'048'576;
-
-std::string nodeName() { return gNodeNameOverridden ? gNodeNameOverride : xml::hostName(); }
 
 const char* orNull(const char* text) { return text != nullptr ? text : "(null)"; }
 
@@ -187,64 +179,6 @@ std::string shellQuoted(const std::string& text) {
     return quoted;
 }
 
-// ---- the device, through the system-call table ----
-
-// The device's I/O goes through xml::posixOps() so that tests can fail any
-// call of a deposit; the stream on top keeps the sector code plain stdio. The
-// cookie is the descriptor itself.
-int cookieFd(void* cookie) { return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie)); }
-
-ssize_t deviceRead(void* cookie, char* data, std::size_t size) {
-    ssize_t n;
-    while ((n = xml::posixOps().read(cookieFd(cookie), data, size)) < 0 && errno == EINTR) {
-    }
-    return n;
-}
-
-// A short count makes stdio mark the stream failed, so write all or fail.
-ssize_t deviceWrite(void* cookie, const char* data, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = xml::posixOps().write(cookieFd(cookie), data + done, size - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
-        done += static_cast<std::size_t>(n);
-    }
-    return static_cast<ssize_t>(size);
-}
-
-int deviceSeek(void* cookie, off64_t* offset, int whence) {
-    const off_t at = xml::posixOps().lseek(cookieFd(cookie), static_cast<off_t>(*offset), whence);
-    if (at < 0) return -1;
-    *offset = at;
-    return 0;
-}
-
-int deviceClose(void* cookie) { return xml::posixOps().close(cookieFd(cookie)); }
-
-// fopen's modes ("r", "r+", "w", "w+", "a", "a+", any with "b") as open flags.
-int openFlags(const char* mode) {
-    const bool update = std::strchr(mode, '+') != nullptr;
-    switch (mode[0]) {
-    case 'w': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
-    case 'a': return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
-    default:  return update ? O_RDWR : O_RDONLY;
-    }
-}
-
-std::FILE* openDevice(const char* path, const char* mode) {
-    const int fd = xml::posixOps().open(path, openFlags(mode), 0666);
-    if (fd < 0) return nullptr;
-    const cookie_io_functions_t io = {deviceRead, deviceWrite, deviceSeek, deviceClose};
-    std::FILE* file = ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(fd)), mode, io);
-    if (file == nullptr) {
-        const int error = errno;
-        static_cast<void>(xml::posixOps().close(fd));
-        errno = error;
-    }
-    return file;
-}
-
 // Reads the keys of a description: section headers do not matter, keys are
 // compared without regard to case, and reading stops once both are known.
 // `found` gets what was seen; true when both keys were.
@@ -314,8 +248,10 @@ void ItemSection::setSlotOffset(int slot, std::uint32_t value) { storeLE(&bytes[
 
 // ---- the open store ----
 
-Repository::Repository(std::FILE* device, std::string devicePath, int vid, std::uint32_t endingSector) noexcept
-    : device_(device), devicePath_(std::move(devicePath)), vid_(vid), endingSector_(endingSector) {}
+Repository::Repository(const sys::HostEnv& env, std::FILE* device, std::string devicePath, int vid,
+                       std::uint32_t endingSector) noexcept
+    : env_(env),
+      device_(device), devicePath_(std::move(devicePath)), vid_(vid), endingSector_(endingSector) {}
 
 Repository::~Repository() {
     if (device_ == nullptr) return;
@@ -325,13 +261,6 @@ Repository::~Repository() {
 
 std::uint64_t Repository::sizeBytes() const noexcept {
     return (static_cast<std::uint64_t>(endingSector_) - startSector()) * kSectorSize + kSectorSize;
-}
-
-void setRepositoryDeviceDir(const char* dir) noexcept { gDeviceDir = dir != nullptr ? dir : kDefaultDeviceDir; }
-
-void setRepositoryNodeName(const char* name) noexcept {
-    gNodeNameOverridden = name != nullptr;
-    gNodeNameOverride = name != nullptr ? name : "";
 }
 
 std::uint32_t CFGREPOSITORY_allottedSpace(const char* name) noexcept {
@@ -348,13 +277,14 @@ bool CFGREPOSITORY_endsWith(const char* text, const char* suffix) noexcept {
     return textLength >= suffixLength && std::strcmp(text + textLength - suffixLength, suffix) == 0;
 }
 
-std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept {
-    const std::time_t deadline = std::time(nullptr) + kBusyDeadlineSeconds;
+std::FILE* CFGREPOSITORY_fopenRetry(const sys::HostEnv& env, const char* path, const char* mode) noexcept {
+    const sys::Calls& calls = *env.calls;
+    const std::time_t deadline = calls.time(nullptr) + kBusyDeadlineSeconds;
     std::FILE* file = nullptr;
     // The partner may hold the device for a moment; anything but EBUSY is final.
-    while ((file = openDevice(path, mode)) == nullptr && errno == EBUSY && std::time(nullptr) < deadline) {
+    while ((file = sys::openStream(calls, path, mode)) == nullptr && errno == EBUSY && calls.time(nullptr) < deadline) {
         struct timespec pause {0, 999'999'999};
-        ::nanosleep(&pause, nullptr);
+        calls.nanosleep(&pause, nullptr);
     }
     if (file != nullptr) {
         gOpenFailures = 0;
@@ -376,15 +306,15 @@ std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept
     return nullptr;
 }
 
-int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept try {
+int CFGREPOSITORY_getRepositoryConf(const sys::Calls& calls, const char* baseDir, RepositoryConf* conf) noexcept try {
     const std::string path = std::string(baseDir) + '/' + kDescriptionName;
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
+    if (calls.stat(path.c_str(), &status) != 0) {
         xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepositoryConf"), "file \"%s\" does not exist",
                        path.c_str());
         return -5;
     }
-    std::FILE* in = std::fopen(path.c_str(), "r");
+    std::FILE* in = sys::openStream(calls, path.c_str(), "r");
     if (in == nullptr) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_getRepositoryConf"), "MGT_ERROR: Failed to open file \"%s\"",
                        path.c_str());
@@ -417,24 +347,28 @@ int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, Repo
     return 0;
 }
 
-int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept try {
+int CFGREPOSITORY_getRepository(const sys::HostEnv& env, const char* baseDir,
+                                std::unique_ptr<Repository>* out) noexcept try {
     RepositoryConf conf;
-    const int read = CFGREPOSITORY_getRepositoryConf(baseDir, &conf);
+    const int read = CFGREPOSITORY_getRepositoryConf(*env.calls, baseDir, &conf);
     if (read != 0) return read;
     if (conf.vid < 1) return -1;
-    std::string devicePath = gDeviceDir + '/' + "__quorum" + std::to_string(conf.vid) + "__";
+    std::string devicePath = env.deviceDir + '/' + "__quorum" + std::to_string(conf.vid) + "__";
     struct stat status {};
-    if (::stat(devicePath.c_str(), &status) != 0) {
+    if (env.calls->stat(devicePath.c_str(), &status) != 0) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_getRepository"), "raw file=\"%s\" does not exist",
                        devicePath.c_str());
         return -1;
     }
-    std::FILE* device = CFGREPOSITORY_fopenRetry(devicePath.c_str(), "r+b");
-    if (device == nullptr) return -1;
+    // Closed here until the store owns it, also when memory runs out on the way.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> device(CFGREPOSITORY_fopenRetry(env, devicePath.c_str(), "r+b"),
+                                                           std::fclose);
+    if (!device) return -1;
     // A buffer, or stdio reads a cookie stream byte by byte; writes are flushed per block.
-    std::setvbuf(device, nullptr, _IOFBF, 8 * kSectorSize);
+    std::setvbuf(device.get(), nullptr, _IOFBF, 8 * kSectorSize);
     xml::logNotice(kTrace, REPO_TAG("CFGREPOSITORY_getRepository"), "Opened \"%s\".", devicePath.c_str());
-    *out = std::make_unique<Repository>(device, std::move(devicePath), conf.vid, conf.endingSector);
+    *out = std::make_unique<Repository>(env, device.get(), std::move(devicePath), conf.vid, conf.endingSector);
+    device.release();
     return 0;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
@@ -521,26 +455,27 @@ int CFGREPOSITORY_addItemSection(MasterHeader* master, const char* name, ItemSec
     return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_gzipFile(const char* path) noexcept try {
+int CFGREPOSITORY_gzipFile(const sys::Calls& calls, const char* path) noexcept try {
     const std::string source = path;
     const std::string target = source + ".gz";
     // The name is predictable: what lies there goes first, and the shell's
     // noclobber makes the redirection fail rather than follow a link planted
     // meanwhile.
-    static_cast<void>(CFGREPOSITORY_rmFile(target.c_str()));
+    static_cast<void>(CFGREPOSITORY_rmFile(calls, target.c_str()));
     const std::string command = "set -C; /bin/gzip -c9 " + shellQuoted(source) + " > " + shellQuoted(target);
-    const int status = std::system(command.c_str());
+    const int status = calls.system(command.c_str());
     struct stat compressed {};
-    return status == 0 && ::stat(target.c_str(), &compressed) == 0 ? 0 : -1;
+    return status == 0 && calls.stat(target.c_str(), &compressed) == 0 ? 0 : -1;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
 }
 
-int CFGREPOSITORY_rmFile(const char* path) noexcept { return std::remove(path); }
+int CFGREPOSITORY_rmFile(const sys::Calls& calls, const char* path) noexcept { return calls.unlink(path); }
 
 int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot, const char* source) noexcept try {
+    const sys::Calls& calls = *repository->env().calls;
     struct stat status {};
-    if (::stat(source, &status) != 0) {
+    if (calls.stat(source, &status) != 0) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_copyInFile"), "File \"%s\" does not exist.", source);
         return -1;
     }
@@ -555,8 +490,8 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
                        source, static_cast<unsigned long>(size), static_cast<unsigned long>(allotted));
         copied += ".gz";
         compressed = true;
-        if (CFGREPOSITORY_gzipFile(source) != 0 || ::stat(copied.c_str(), &status) != 0) {
-            static_cast<void>(CFGREPOSITORY_rmFile(copied.c_str()));  // a partial result is no use
+        if (CFGREPOSITORY_gzipFile(calls, source) != 0 || calls.stat(copied.c_str(), &status) != 0) {
+            static_cast<void>(CFGREPOSITORY_rmFile(calls, copied.c_str()));  // a partial result is no use
             return -1;
         }
         size = static_cast<std::uint64_t>(status.st_size);
@@ -565,15 +500,15 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
                            "Compressed file \"%s\" size = %lu is still too big for the allotted space %lu to "
                            "copy, abort copy",
                            copied.c_str(), static_cast<unsigned long>(size), static_cast<unsigned long>(allotted));
-            static_cast<void>(CFGREPOSITORY_rmFile(copied.c_str()));
+            static_cast<void>(CFGREPOSITORY_rmFile(calls, copied.c_str()));
             return -1;
         }
     }
 
-    std::FILE* in = std::fopen(copied.c_str(), "rb");
+    std::FILE* in = sys::openStream(calls, copied.c_str(), "rb");
     if (in == nullptr) {  // the source is at fault, not the slot
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_copyInFile"), "File \"%s\" does not exist.", copied.c_str());
-        if (compressed) static_cast<void>(CFGREPOSITORY_rmFile(copied.c_str()));
+        if (compressed) static_cast<void>(CFGREPOSITORY_rmFile(calls, copied.c_str()));
         return -1;
     }
     std::uint64_t stored = 0;
@@ -594,7 +529,7 @@ int CFGREPOSITORY_copyInFile(Repository* repository, ItemSection* item, int slot
         }
         std::fclose(in);
     }
-    if (compressed) static_cast<void>(CFGREPOSITORY_rmFile(copied.c_str()));
+    if (compressed) static_cast<void>(CFGREPOSITORY_rmFile(calls, copied.c_str()));
 
     if (stored != size) {
         markBad(*item, slot, stored, size, copied.c_str(), "CFGREPOSITORY_copyInFile");
@@ -623,7 +558,7 @@ int CFGREPOSITORY_depositFile(Repository* repository, MasterHeader* master, Item
     }
     // The item before the master: a master that counts an item never written would show garbage.
     if (!writeItemSection(*repository, *item, source)) return -1;
-    master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
+    master->setLastDeposit(static_cast<std::int64_t>(repository->env().now));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
@@ -656,7 +591,7 @@ int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, c
     to->setStoredSize(size);
     to->setLastSlot(static_cast<std::uint8_t>(slot));
     if (!writeItemSection(*repository, *to, name.c_str())) return -1;
-    master->setLastDeposit(static_cast<std::int64_t>(std::time(nullptr)));
+    master->setLastDeposit(static_cast<std::int64_t>(repository->env().now));
     return writeMasterHeader(*repository, *master) ? 0 : -1;
 } catch (const std::bad_alloc&) {
     return -1;  // out of memory: a failure like any other of the store
@@ -683,7 +618,7 @@ int depositInto(Repository& repository, const char* filename, const char* stored
     MasterHeader master;
     if (CFGREPOSITORY_getMasterHeader(&repository, &master) != 0) return -1;
     const bool mainConf = CFGREPOSITORY_endsWith(storedName, "nimbra.conf");
-    const std::string node = nodeName();
+    const std::string& node = repository.env().hostName;
 
     // Only the server named in the store writes it; its partner only reads.
     const std::string storeOwner = master.owner();
@@ -729,7 +664,7 @@ int depositInto(Repository& repository, const char* filename, const char* stored
 
 }  // namespace
 
-int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const char* saveAs,
+int CFGREPOSITORY_addFileAs(const sys::HostEnv& env, const char* baseDir, const char* filename, const char* saveAs,
                             const char* owner) noexcept try {
     if (baseDir == nullptr) {
         xml::logNotice(kError, REPO_TAG("CFGREPOSITORY_addFileAs"), "MGT_ERROR: base_dir cannot be NULL");
@@ -744,7 +679,7 @@ int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const cha
     const char* storedName = saveAs != nullptr ? saveAs : filename;
 
     std::unique_ptr<Repository> repository;
-    const int opened = CFGREPOSITORY_getRepository(baseDir, &repository);
+    const int opened = CFGREPOSITORY_getRepository(env, baseDir, &repository);
     if (opened == -5) return 0;  // no store on this server
     int ret = -1;
     if (opened == 0) ret = depositInto(*repository, filename, storedName, owner);

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "sys/host_env.h"
+
 // The configuration repository: a small store on the quorum device shared by
 // the servers of a failover pair, holding the latest copies of each
 // configuration file so that the partner can recover them. The store is a
@@ -17,6 +19,9 @@
 // Every one returns 0 on success and -1 on failure unless said otherwise, logs
 // under "cfgrepository", and never leaves a half-written header or item
 // section behind: headers are written only after the data they describe.
+// Every system call goes through the HostEnv's table; the store's device is
+// looked for in its deviceDir, the owner check compares with its host name
+// and a deposit is stamped with its time.
 namespace host {
 
 inline constexpr std::size_t kSectorSize = 512;
@@ -25,12 +30,6 @@ inline constexpr int kMaxItems = 38;
 inline constexpr int kMaxCopies = 8;             // one bad bit and one offset per slot
 inline constexpr std::int16_t kRepositoryVersion = 102;
 inline constexpr std::uint8_t kNoSlot = 0xFF;
-
-/// Directory of the quorum devices; null restores "/dev/nbdev".
-void setRepositoryDeviceDir(const char* dir) noexcept;
-/// Node name the owner check compares with; null restores the uname node name
-/// cut at its first ".".
-void setRepositoryNodeName(const char* name) noexcept;
 
 /// The master header as it lies on the device.
 struct MasterHeader {
@@ -86,11 +85,14 @@ struct RepositoryConf {
 /// An open store. Releasing it closes the device and logs "Closed".
 class Repository {
 public:
-    Repository(std::FILE* device, std::string devicePath, int vid, std::uint32_t endingSector) noexcept;
+    /// `env` must outlive the store.
+    Repository(const sys::HostEnv& env, std::FILE* device, std::string devicePath, int vid,
+               std::uint32_t endingSector) noexcept;
     ~Repository();
     Repository(const Repository&) = delete;
     Repository& operator=(const Repository&) = delete;
 
+    const sys::HostEnv& env() const noexcept { return env_; }
     std::FILE* device() const noexcept { return device_; }
     const std::string& devicePath() const noexcept { return devicePath_; }
     int vid() const noexcept { return vid_; }
@@ -100,6 +102,7 @@ public:
     std::uint64_t sizeBytes() const noexcept;
 
 private:
+    const sys::HostEnv& env_;
     std::FILE* device_;
     std::string devicePath_;
     int vid_;
@@ -113,11 +116,11 @@ std::uint32_t CFGREPOSITORY_allottedSpace(const char* name) noexcept;
 bool CFGREPOSITORY_endsWith(const char* text, const char* suffix) noexcept;
 
 /// fopen, retried every second for 30 s while the device is busy. Null on failure.
-std::FILE* CFGREPOSITORY_fopenRetry(const char* path, const char* mode) noexcept;
+std::FILE* CFGREPOSITORY_fopenRetry(const sys::HostEnv& env, const char* path, const char* mode) noexcept;
 
 /// Reads ".repository.conf" of `baseDir`. 0, -5 when the file does not exist,
 /// -1 when it cannot be read or lacks "vid" or "endingSector".
-int CFGREPOSITORY_getRepositoryConf(const char* baseDir, RepositoryConf* conf) noexcept;
+int CFGREPOSITORY_getRepositoryConf(const sys::Calls& calls, const char* baseDir, RepositoryConf* conf) noexcept;
 
 /// The same reading over the text of a description (borrowed, need not end in
 /// NUL), without logging. 0, or -1 when "vid" or "endingSector" is missing.
@@ -125,7 +128,8 @@ int CFGREPOSITORY_parseRepositoryConf(const char* text, std::size_t length, Repo
 
 /// Opens the store of `baseDir` into `*out`. 0, -5 when `baseDir` has no
 /// description file, -1 on any other failure (`*out` then stays empty).
-int CFGREPOSITORY_getRepository(const char* baseDir, std::unique_ptr<Repository>* out) noexcept;
+int CFGREPOSITORY_getRepository(const sys::HostEnv& env, const char* baseDir,
+                                std::unique_ptr<Repository>* out) noexcept;
 
 /// Closes the store.
 void CFGREPOSITORY_freeRepository(std::unique_ptr<Repository> repository) noexcept;
@@ -168,10 +172,10 @@ int CFGREPOSITORY_itemToItemCopy(Repository* repository, MasterHeader* master, c
 /// Runs "/bin/gzip -c9" on `path` into a new `path` + ".gz" (whatever had
 /// that name is removed first; the result is never written through a link).
 /// 0 when the result exists.
-int CFGREPOSITORY_gzipFile(const char* path) noexcept;
+int CFGREPOSITORY_gzipFile(const sys::Calls& calls, const char* path) noexcept;
 
-/// Removes `path`; remove's result.
-int CFGREPOSITORY_rmFile(const char* path) noexcept;
+/// Removes `path`; unlink's result.
+int CFGREPOSITORY_rmFile(const sys::Calls& calls, const char* path) noexcept;
 
 /// The copy of `item` written last, as it lies in the store (compressed when
 /// the file was too big for its space). 0, or -1 with `*why` saying what is
@@ -192,7 +196,7 @@ int uncompressCopy(std::string_view compressed, std::string* plain, std::string*
 /// `owner` is the server whose configuration this is (null: this one).
 /// 0 on success, when `baseDir` has no store, or when another server owns the
 /// store; -1 on failure.
-int CFGREPOSITORY_addFileAs(const char* baseDir, const char* filename, const char* saveAs,
+int CFGREPOSITORY_addFileAs(const sys::HostEnv& env, const char* baseDir, const char* filename, const char* saveAs,
                             const char* owner) noexcept;
 
 }  // namespace host

@@ -62,8 +62,8 @@ bool keyListed(const std::string& keysPath, SemKey key) {
 
 // Appends under the keys file's lock so that concurrent creators never
 // interleave their lines. A failure here leaves the set unlisted, nothing more.
-void recordKey(const std::string& keysPath, SemKey key) {
-    xml::LockFile lock = xml::LockFile::acquire(keysPath.c_str(), true);
+void recordKey(const sys::HostEnv& env, const std::string& keysPath, SemKey key) {
+    xml::LockFile lock = xml::LockFile::acquire(*env.calls, keysPath.c_str(), true);
     std::FILE* keys = std::fopen(keysPath.c_str(), "at");
     if (keys == nullptr) return;
     std::fprintf(keys, "%x\n", static_cast<unsigned int>(key));
@@ -72,7 +72,7 @@ void recordKey(const std::string& keysPath, SemKey key) {
 
 }  // namespace
 
-std::string semaphoreKeysPath() { return xml::homePath("etc") + "/.semaphorekeys"; }
+std::string semaphoreKeysPath(const sys::HostEnv& env) { return xml::homePath(env, "etc") + "/.semaphorekeys"; }
 
 int kxOpenSem(SemKey key) noexcept {
     const int semid = ::semget(key, 0, kPermissions);
@@ -83,8 +83,8 @@ int kxOpenSem(SemKey key) noexcept {
     return semid;
 }
 
-int kxCreateSem(SemKey key) noexcept {
-    const std::string keysPath = semaphoreKeysPath();
+int kxCreateSem(const sys::HostEnv& env, SemKey key) noexcept {
+    const std::string keysPath = semaphoreKeysPath(env);
     const int semid = ::semget(key, 1, IPC_CREAT | IPC_EXCL | kPermissions);
     if (semid >= 0) {
         SemArg arg{};
@@ -94,7 +94,7 @@ int kxCreateSem(SemKey key) noexcept {
         if (errno != EEXIST) return -1;  // nothing was made, so nothing to record
         if (keyListed(keysPath, key)) return -1;
     }
-    recordKey(keysPath, key);
+    recordKey(env, keysPath, key);
     return semid;
 }
 
@@ -136,8 +136,8 @@ void kxRemoveSem(int semid) noexcept {
     xml::logNotice(2, KXSEM_TAG("kxRemoveSem"), "Semaphore removed");
 }
 
-int kxRemoveAllSem(RemovedSem removed, void* context) noexcept {
-    const std::string keysPath = semaphoreKeysPath();
+int kxRemoveAllSem(const sys::HostEnv& env, RemovedSem removed, void* context) noexcept {
+    const std::string keysPath = semaphoreKeysPath(env);
     if (std::FILE* keys = std::fopen(keysPath.c_str(), "rt")) {
         xml::logNotice(1, KXSEM_TAG("kxRemoveAllSem"), "removing sem keys");
         char line[256];
@@ -171,14 +171,14 @@ int kxModSem(int semid, const char* octalMode) noexcept {
     return 0;
 }
 
-int kxLockDir(const char* path, int seconds) noexcept {
-    std::string directory = path != nullptr ? std::string(path) : xml::localConfigPath();
+int kxLockDir(const sys::HostEnv& env, const char* path, int seconds) noexcept {
+    std::string directory = path != nullptr ? std::string(path) : xml::localConfigPath(env);
     const std::size_t slash = directory.rfind('/');
     if (slash != std::string::npos) directory.resize(slash);
     const key_t key = ::ftok(directory.c_str(), 'D');
     if (key == -1) return -1;  // no such directory: its key would be shared by every failure
 
-    static_cast<void>(kxCreateSem(key));  // -1 when it existed; the open below decides
+    static_cast<void>(kxCreateSem(env, key));  // -1 when it existed; the open below decides
     const int semid = kxOpenSem(key);
     if (semid < 0) return -1;
 

@@ -1,13 +1,16 @@
 #include "host/kxsem.h"
 
-#include <chrono>
-#include <stdexcept>
 #include <gtest/gtest.h>
+#include <memory>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <thread>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/host_env.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/run_program.h"
 
@@ -15,8 +18,8 @@ namespace host {
 namespace {
 
 using testing_support::LogCapture;
-using testing_support::TempDir;
 using testing_support::readFile;
+using testing_support::TempDir;
 
 int valueOf(int semid) { return ::semctl(semid, 0, GETVAL); }
 
@@ -26,155 +29,83 @@ std::string hexLine(SemKey key) {
     return line;
 }
 
-// Each test gets keys nobody else uses (from its own directory) and leaves no set behind.
+// Keys nobody else uses (from the test's own directory), recorded in a home of
+// the test's own, and no set left behind.
 class KxSem : public ::testing::Test {
 protected:
+    KxSem() : env_(testing_support::testEnv(home_.path())) { ::mkdir((home_.path() + "/etc").c_str(), 0755); }
+    void TearDown() override { static_cast<void>(kxRemoveAllSem(env_)); }
     SemKey freshKey(int project) { return ::ftok(dir_.path().c_str(), project); }
-    void TearDown() override { static_cast<void>(kxRemoveAllSem()); }
-    TempDir dir_;
+    TempDir home_, dir_;
+    sys::HostEnv env_;
 };
 
-TEST_F(KxSem, LockUnlockAndNotLocked) {
-    const int semid = kxCreateSem(freshKey('a'));
+TEST_F(KxSem, LockUnlockAndMissingSets) {
+    const int semid = kxCreateSem(env_, freshKey('a'));
     ASSERT_GE(semid, 0);
     EXPECT_EQ(valueOf(semid), 1) << "a new set is free";
-
     LogCapture log;
     EXPECT_EQ(kxLockSem(semid, true), 0);
     EXPECT_EQ(valueOf(semid), 0);
     EXPECT_EQ(kxLockSem(semid, false), -1) << "held, and the caller will not wait";
     EXPECT_TRUE(log.messages().empty()) << "a busy lock is not worth a log line";
-
     EXPECT_EQ(kxUnlockSem(semid, true), 0);
-    EXPECT_EQ(valueOf(semid), 1);
     EXPECT_EQ(kxUnlockSem(semid, true), 0) << "releasing a free lock is tolerated";
-    EXPECT_EQ(log.messages(), std::vector<std::string>{"Semaphore not locked!"});
-    ASSERT_EQ(log.identities().size(), 1u);
-    EXPECT_EQ(log.identities()[0].rfind("kxutil [kxsem.c:kxUnlockSem:", 0), 0u) << log.identities()[0];
     EXPECT_EQ(valueOf(semid), 1) << "and does not raise the value past 1";
-}
+    ASSERT_EQ(log.identities().size(), 1u);
+    EXPECT_TRUE(log.identities()[0].starts_with("kxutil [kxsem.c:kxUnlockSem:")) << log.identities()[0];
 
-TEST_F(KxSem, OperationsOnMissingSets) {
-    const int semid = kxCreateSem(freshKey('b'));
-    ASSERT_GE(semid, 0);
     kxRemoveSem(semid);
-
-    LogCapture log;
     EXPECT_EQ(kxLockSem(semid, true), -1);
     EXPECT_EQ(kxUnlockSem(semid, true), -1);
     EXPECT_EQ(kxUnlockSem(-1, true), -1);
     EXPECT_EQ(kxModSem(semid, "600"), -1);
-    EXPECT_EQ(log.messages(), (std::vector<std::string>{"semaphore member 0 out of range",
+    EXPECT_EQ(log.messages(), (std::vector<std::string>{"Semaphore not locked!", "semaphore member 0 out of range",
                                                         "semaphore member 0 out of range", "semctl"}));
 }
 
-TEST_F(KxSem, OpenLogsMissingSetFromLevelOne) {
-    const SemKey key = freshKey('c');
-    struct Row { int level; bool logged; };
-    for (const Row row : {Row{0, false}, Row{1, true}}) {
-        SCOPED_TRACE(row.level);
-        LogCapture log(row.level);
-        EXPECT_EQ(kxOpenSem(key), -1);
-        char expected[80];
-        std::snprintf(expected, sizeof expected, "Semaphore set does not exist! key=%x, errno=2",
-                      static_cast<unsigned int>(key));
-        EXPECT_EQ(log.has(expected), row.logged);
-    }
-}
-
-TEST_F(KxSem, CreateRecordsKeyOnce) {
-    const std::string keysPath = semaphoreKeysPath();
+TEST_F(KxSem, KeysAreRecordedOnceAndRemovedTogether) {
+    const std::string keysPath = semaphoreKeysPath(env_);
+    EXPECT_EQ(keysPath, home_.path() + "/etc/.semaphorekeys");
     const SemKey listed = freshKey('d');
-    const int semid = kxCreateSem(listed);
+    const int semid = kxCreateSem(env_, listed);
     ASSERT_GE(semid, 0);
-    const std::string afterCreate = readFile(keysPath);
-    EXPECT_NE(afterCreate.find(hexLine(listed)), std::string::npos);
-
-    EXPECT_EQ(kxCreateSem(listed), -1) << "the set exists";
-    EXPECT_EQ(readFile(keysPath), afterCreate) << "a listed key is not written again";
+    EXPECT_EQ(readFile(keysPath), hexLine(listed));
+    EXPECT_EQ(kxCreateSem(env_, listed), -1) << "the set exists";
+    EXPECT_EQ(readFile(keysPath), hexLine(listed)) << "a listed key is not written again";
     EXPECT_EQ(kxOpenSem(listed), semid);
-
     // A set made behind the library's back gets listed, so that remove-all finds it.
     const SemKey unlisted = freshKey('e');
     const int foreign = ::semget(unlisted, 1, IPC_CREAT | IPC_EXCL | 0666);
     ASSERT_GE(foreign, 0);
-    EXPECT_EQ(kxCreateSem(unlisted), -1);
-    EXPECT_EQ(readFile(keysPath), afterCreate + hexLine(unlisted));
-}
+    EXPECT_EQ(kxCreateSem(env_, unlisted), -1);
+    EXPECT_EQ(readFile(keysPath), hexLine(listed) + hexLine(unlisted));
 
-TEST_F(KxSem, ModSemSetsPermissions) {
-    const int semid = kxCreateSem(freshKey('f'));
-    ASSERT_GE(semid, 0);
-    LogCapture log(2);
     EXPECT_EQ(kxModSem(semid, "600"), 0);
     struct semid_ds status {};
     ASSERT_EQ(::semctl(semid, 0, IPC_STAT, &status), 0);
     EXPECT_EQ(status.sem_perm.mode & 0777, 0600u);
-    EXPECT_EQ(log.messages(), (std::vector<std::string>{"Old permissions were 666", "Updated..."}));
+
+    EXPECT_EQ(kxRemoveAllSem(env_), 0);
+    EXPECT_EQ(valueOf(semid), -1) << "removed";
+    EXPECT_EQ(valueOf(foreign), -1);
+    EXPECT_NE(::access(keysPath.c_str(), F_OK), 0);
+    EXPECT_EQ(kxRemoveAllSem(env_), -1) << "no keys file: removing it fails";
 }
 
-TEST_F(KxSem, RemoveAllRemovesListedSetsAndTheKeysFile) {
-    const int first = kxCreateSem(freshKey('g'));
-    const int second = kxCreateSem(freshKey('h'));
-    ASSERT_GE(first, 0);
-    ASSERT_GE(second, 0);
-    {
-        LogCapture log(1);
-        EXPECT_EQ(kxRemoveAllSem(), 0);
-        EXPECT_TRUE(log.has("removing sem keys"));
-    }
-    EXPECT_EQ(valueOf(first), -1) << "removed";
-    EXPECT_EQ(valueOf(second), -1);
-    EXPECT_NE(::access(semaphoreKeysPath().c_str(), F_OK), 0);
-    EXPECT_EQ(kxRemoveAllSem(), -1) << "no keys file: removing it fails";
-}
-
-// The directory lock of the directory holding `path`, with the budget in seconds.
-struct DirLockTiming {
-    int semid;
-    double seconds;
-};
-DirLockTiming timedLockDir(const std::string& path, int budget) {
-    const auto start = std::chrono::steady_clock::now();
-    const int semid = kxLockDir(path.c_str(), budget);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    return {semid, took.count()};
-}
-
-TEST_F(KxSem, DirectoryLockBudget) {
-    const std::string path = dir_.file("nimbra.dat");
-    const DirLockTiming none = timedLockDir(path, 0);
-    ASSERT_GE(none.semid, 0);
-    EXPECT_EQ(valueOf(none.semid), 1) << "a 0-second budget never tries";
-    EXPECT_LT(none.seconds, 0.5);
-    EXPECT_EQ(::ftok(dir_.path().c_str(), 'D'), [&] {
-        struct semid_ds status {};
-        ::semctl(none.semid, 0, IPC_STAT, &status);
-        return status.sem_perm.__key;
-    }()) << "keyed on the directory, not the file";
-
-    const DirLockTiming taken = timedLockDir(dir_.file("other.file"), 1);
-    EXPECT_EQ(taken.semid, none.semid) << "same directory, same set";
-    EXPECT_EQ(valueOf(taken.semid), 0);
-    EXPECT_EQ(kxUnlockSem(taken.semid, true), 0);
-
-    EXPECT_EQ(kxLockDir(dir_.file("missing/x").c_str(), 1), -1) << "no directory, no key";
-}
-
-// A child holds the directory lock until told (through `release`) or until it exits.
+// A child takes the directory lock of `path` and holds it until released.
 class LockHolder {
 public:
-    LockHolder(const std::string& path, bool waitForRelease) {
+    LockHolder(const sys::HostEnv& env, const std::string& path) {
         int ready[2];
         if (::pipe(ready) != 0 || ::pipe(release_) != 0) throw std::runtime_error("pipe");
         pid_ = ::fork();
         if (pid_ == 0) {
-            const int semid = kxLockDir(path.c_str(), 5);
-            const char took = semid >= 0 && ::semctl(semid, 0, GETVAL) == 0 ? 'y' : 'n';
+            const int semid = kxLockDir(env, path.c_str(), 5);
+            const char took = semid >= 0 && valueOf(semid) == 0 ? 'y' : 'n';
             static_cast<void>(::write(ready[1], &took, 1));
             char ignored;
-            if (waitForRelease) static_cast<void>(::read(release_[0], &ignored, 1));
-            else ::usleep(300'000);
+            static_cast<void>(::read(release_[0], &ignored, 1));
             ::_exit(0);  // the undo entry releases the lock
         }
         ::close(ready[1]);
@@ -197,29 +128,29 @@ private:
     bool locked_ = false;
 };
 
-TEST_F(KxSem, DirectoryLockBetweenProcesses) {
+TEST_F(KxSem, DirectoryLock) {
     const std::string path = dir_.file("nimbra.dat");
-    {
-        SCOPED_TRACE("holder exits after 300 ms: the waiter gets the lock");
-        LockHolder holder(path, false);
-        ASSERT_TRUE(holder.locked());
-        const DirLockTiming waited = timedLockDir(path, 3);
-        ASSERT_GE(waited.semid, 0);
-        EXPECT_EQ(valueOf(waited.semid), 0);
-        EXPECT_GT(waited.seconds, 0.1);
-        EXPECT_LT(waited.seconds, 2.5);
-        EXPECT_EQ(kxUnlockSem(waited.semid, true), 0);
-    }
-    {
-        SCOPED_TRACE("holder keeps it: the budget runs out and the set comes back unlocked by us");
-        LockHolder holder(path, true);
-        ASSERT_TRUE(holder.locked());
-        const DirLockTiming gaveUp = timedLockDir(path, 1);
-        ASSERT_GE(gaveUp.semid, 0);
-        EXPECT_GE(gaveUp.seconds, 0.95);
-        EXPECT_LT(gaveUp.seconds, 2.5);
-        EXPECT_EQ(valueOf(gaveUp.semid), 0) << "still the holder's";
-    }
+    const int none = kxLockDir(env_, path.c_str(), 0);
+    ASSERT_GE(none, 0);
+    EXPECT_EQ(valueOf(none), 1) << "a 0-second budget never tries";
+    struct semid_ds status {};
+    ::semctl(none, 0, IPC_STAT, &status);
+    EXPECT_EQ(status.sem_perm.__key, ::ftok(dir_.path().c_str(), 'D')) << "keyed on the directory, not the file";
+    EXPECT_EQ(kxLockDir(env_, dir_.file("missing/x").c_str(), 1), -1) << "no directory, no key";
+
+    auto holder = std::make_unique<LockHolder>(env_, dir_.file("other.file"));
+    ASSERT_TRUE(holder->locked());
+    EXPECT_EQ(kxLockDir(env_, path.c_str(), 1), none) << "same directory, same set; the budget runs out";
+    holder.reset();
+    EXPECT_EQ(valueOf(none), 1) << "given up: the lock was never ours";
+
+    holder = std::make_unique<LockHolder>(env_, path);
+    ASSERT_TRUE(holder->locked());
+    std::thread release([&] { holder.reset(); });
+    EXPECT_EQ(kxLockDir(env_, path.c_str(), 30), none);
+    release.join();
+    EXPECT_EQ(valueOf(none), 0) << "taken once the holder let go";
+    EXPECT_EQ(kxUnlockSem(none, true), 0);
 }
 
 }  // namespace

@@ -20,12 +20,9 @@ constexpr std::size_t kSlotsPerGroup = 4;
 constexpr std::size_t kInstanceSlot = 1;
 constexpr std::size_t kBlockSize = 2 * kSlotsPerGroup * sizeof(std::int32_t);
 
-std::optional<std::int32_t> gKeyOverride;
-
-key_t blockKey() {
-    if (gKeyOverride) return static_cast<key_t>(*gKeyOverride);
+key_t blockKey(const sys::HostEnv& env) {
     try {
-        return ::ftok(xml::homePath("etc").c_str(), 'S');
+        return ::ftok(xml::homePath(env, "etc").c_str(), 'S');
     } catch (const std::bad_alloc&) {
         return -1;  // no name, no key: the block counts as unreadable, and the caller goes on
     }
@@ -41,8 +38,8 @@ std::int32_t loadWord(const unsigned char* at) {
 // the block is not usable.
 class Attachment {
 public:
-    Attachment() {
-        const key_t key = blockKey();
+    explicit Attachment(const sys::HostEnv& env) {
+        const key_t key = blockKey(env);
         if (key == -1) return;
         const int shmid = ::shmget(key, 0, 0);
         if (shmid < 0) return;
@@ -78,25 +75,23 @@ private:
 
 }  // namespace
 
-void setStatusBlockKey(std::optional<std::int32_t> key) noexcept { gKeyOverride = key; }
-
-std::optional<std::int32_t> readConfigInstance(StatusGroup group) noexcept {
-    const Attachment attachment;
+std::optional<std::int32_t> readConfigInstance(const sys::HostEnv& env, StatusGroup group) noexcept {
+    const Attachment attachment(env);
     const unsigned char* slot = attachment.slot(group);
     if (slot == nullptr) return std::nullopt;
     return loadWord(slot);
 }
 
-bool setConfigInstance(StatusGroup group, std::int32_t instance) noexcept {
-    const Attachment attachment;
+bool setConfigInstance(const sys::HostEnv& env, StatusGroup group, std::int32_t instance) noexcept {
+    const Attachment attachment(env);
     unsigned char* slot = attachment.slot(group);
     if (slot == nullptr) return false;
     std::memcpy(slot, &instance, sizeof instance);
     return true;
 }
 
-int createStatusBlock() noexcept {
-    const key_t key = blockKey();
+int createStatusBlock(const sys::HostEnv& env) noexcept {
+    const key_t key = blockKey(env);
     if (key == -1) return -1;
     const int shmid = ::shmget(key, kEntrySize + kBlockSize, IPC_CREAT | IPC_EXCL | 0666);
     if (shmid < 0) return -1;
@@ -114,8 +109,8 @@ int createStatusBlock() noexcept {
     return shmid;
 }
 
-int removeStatusBlock() noexcept {
-    const key_t key = blockKey();
+int removeStatusBlock(const sys::HostEnv& env) noexcept {
+    const key_t key = blockKey(env);
     if (key == -1) return -1;
     const int shmid = ::shmget(key, 0, 0);
     if (shmid < 0) return -1;

@@ -11,11 +11,11 @@
 
 #include "tests/support/documents.h"
 #include "tests/support/failing_alloc.h"
+#include "tests/support/host_env.h"
 #include "tests/support/quorum_store.h"
 #include "tests/support/run_program.h"
 #include "tool/convert.h"
 #include "xml/log.h"
-#include "xml/posix_ops.h"
 
 namespace {
 
@@ -40,12 +40,13 @@ struct Outcome {
     bool reachedFailure = false;
 };
 
-Outcome convertFailingAt(const std::string& in, const std::string& out, long nth, testing_support::Failing mode) {
+Outcome convertFailingAt(const sys::HostEnv& env, const std::string& in, const std::string& out, long nth,
+                         testing_support::Failing mode) {
     Outcome run;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     testing_support::failAllocation(nth, mode);
-    run.result = tool::convert(in.c_str(), out.c_str(), true);
+    run.result = tool::convert(env, in.c_str(), out.c_str(), true).status;
     run.reachedFailure = testing_support::allocationFailed();
     testing_support::stopFailingAllocations();
     run.err = testing::internal::GetCapturedStderr();
@@ -63,9 +64,12 @@ TEST(ConversionOutOfMemory, EveryAllocationFailingInTurn) {
     const std::string input = readFile(XLATE45_SOURCE_DIR "/tests/testdata/small40.conf");
     writeFile(in, input);
     // Syncing succeeds at once: thousands of disk flushes would test nothing more.
-    xml::posixOps().fsync = [](int) { return 0; };
+    sys::Calls calls = sys::realCalls();
+    calls.fsync = [](int) { return 0; };
+    sys::HostEnv env = testing_support::testEnv("/nonexistent", devices.path());
+    env.calls = &calls;
 
-    ASSERT_EQ(tool::convert(in.c_str(), out.c_str(), false), 0);
+    ASSERT_EQ(tool::convert(env, in.c_str(), out.c_str(), false).status, 0);
     const std::string complete = withoutTime(readFile(out));
     ASSERT_TRUE(isWholeDocument(complete));
     const std::string temp = out + "_to_Be_" + std::to_string(::getpid());
@@ -79,17 +83,18 @@ TEST(ConversionOutOfMemory, EveryAllocationFailingInTurn) {
             writeFile(out, kOld);
             ::unlink(temp.c_str());
             gLogCount = 0;
-            const Outcome run = convertFailingAt(in, out, n, mode);
+            const Outcome run = convertFailingAt(env, in, out, n, mode);
             ++runs;
             const std::string target = withoutTime(readFile(out));
             const bool whole = isWholeDocument(target);
             EXPECT_TRUE(target == kOld || whole) << "partial target:\n" << target;
             EXPECT_EQ(readFile(in), input) << "the input is never written";
-            // Log lines at level 0: the readers' "cannot allocate memory", or a failed deposit.
+            // Log lines at level 0: the readers' "cannot allocate memory", or a failed deposit
+            // (a temporary file that cannot be opened for the copy is reported as missing).
             for (int i = 0; i < gLogCount; ++i) {
                 const std::string line = gLogLines[i];
                 EXPECT_TRUE(line == "cannot allocate memory" || line.starts_with("MGT_ERROR: ") ||
-                            line.starts_with("CFGREPOSITORY_"))
+                            line.starts_with("CFGREPOSITORY_") || line == "File \"" + temp + "\" does not exist.")
                     << line;
             }
 
@@ -135,8 +140,6 @@ TEST(ConversionOutOfMemory, EveryAllocationFailingInTurn) {
         }
     }
     xml::setLogObserver(nullptr);
-    xml::posixOps() = xml::realPosixOps();
-    testing_support::resetQuorumStore();
     std::printf("[          ] %ld conversions, each with one allocation failing or all from one on\n", runs);
 }
 

@@ -5,9 +5,10 @@
 #include <unistd.h>
 
 #include "tests/support/documents.h"
+#include "tests/support/host_env.h"
 #include "tests/support/quorum_store.h"
 #include "tests/support/run_program.h"
-#include "writer/file_update.h"
+#include "writer/config_file.h"
 
 namespace {
 
@@ -133,15 +134,13 @@ TEST(NbconfReport, FinishesOnEveryFuzzInputWithJsonThatParses) {
 class NbconfRepoGet : public ::testing::Test {
 protected:
     void SetUp() override { testing_support::formatQuorumStore(base_.path(), devices_.path(), 70'000, ""); }
-    void TearDown() override { testing_support::resetQuorumStore(); }
 
     // Replaces `name` in the base directory as the configuration writer does,
     // which deposits it in the store.
     void update(const std::string& name, const std::string& content) {
-        std::unique_ptr<writer::FileUpdate> file = writer::FileUpdate::open(base_.file(name).c_str(), ::getpid());
-        ASSERT_NE(file, nullptr);
-        std::fwrite(content.data(), 1, content.size(), file->stream());
-        ASSERT_EQ(file->commit(true), 0);
+        const std::string path = base_.file(name);
+        const sys::HostEnv env = testing_support::testEnv("/nonexistent", devices_.path());
+        ASSERT_EQ(writer::writeConfigFile(env, {.path = path.c_str(), .text = content}), 0);
     }
     ProgramResult get(const std::string& name, const std::string& out) {
         return nbconf({"repo", "--devices", devices_.path(), "get", base_.path(), name, out});

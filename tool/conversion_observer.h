@@ -21,6 +21,8 @@ public:
     virtual model::ReadObserver* reader() noexcept { return nullptr; }
     /// The 4.0 bridge as read and fixed up, before the migration takes it apart.
     virtual void read(const legacy::SANBridge&) noexcept {}
+    /// The migration is done and the 4.0 model released; the 4.5 text is built next.
+    virtual void migrated() noexcept {}
     /// The fix-up changed `device`'s snapshot policy, which was `before`.
     virtual void snapshotPolicyChanged(const model::VirtualDev&, const model::SnapshotPolicy&) noexcept {}
 };

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <malloc.h>
-#include <unistd.h>
 
 #include "model/records.h"
 #include "tool/conversion_observer.h"
@@ -57,12 +55,9 @@ std::uint32_t serialiseOver(model::SANBridge& root, ConfigText& text, std::time_
     return text.text ? 0 : kSerialiseFailed;
 }
 
-// The model a caller asked to keep; reachable until the process ends.
-model::SANBridge* keptModel = nullptr;
-
 }  // namespace
 
-Conversion convertText(ConfigText input, const std::time_t* when, ConversionObserver* observer) noexcept {
+Conversion convertText(ConfigText input, std::time_t when, ConversionObserver* observer) noexcept {
     Conversion result;
     // The input's block is kept for the serialised text to be written over:
     // its pages are backed by memory already, where a new block would fault
@@ -72,14 +67,12 @@ Conversion convertText(ConfigText input, const std::time_t* when, ConversionObse
     std::uint32_t parseError = 0;
     result.root = parseAndMigrate(input.text.get(), input.length, kParseOptions, &parseError, observer);
     if (!result.root) return result;
-    // What is left of the 4.0 model is gone: give the freed memory back
-    // before the serialised text is built beside the new model.
-    ::malloc_trim(0);
+    if (observer != nullptr) observer->migrated();
 
     result.root->serializer = nullptr;  // write the 4.5 layout, not the down-level one the migration installed
     fixSnapshotPolicies(*result.root, observer);
 
-    result.when = when != nullptr ? *when : std::time(nullptr);
+    result.when = when;
     result.text = std::move(input);
     result.status = serialiseOver(*result.root, result.text, result.when, result.whole);
     return result;
@@ -91,46 +84,42 @@ std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now
     return serialiseOver(root, out, now, whole);
 }
 
-int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel) noexcept {
+Converted convert(const sys::HostEnv& env, const char* inputPath, const char* outputPath, bool verbose,
+                  ConversionObserver* observer) noexcept {
+    Converted result;
     ConfigText text;
-    const int readResult = readXMLFromFile(inputPath, &text, verbose);
-    if (readResult != 0) {
+    result.status = readXMLFromFile(inputPath, &text, verbose);
+    if (result.status != 0) {
         releaseText(text);
-        return readResult;
+        return result;
     }
 
-    Conversion converted = convertText(std::move(text), nullptr);
-    if (!converted.root) {
+    Conversion converted = convertText(std::move(text), env.now, observer);
+    result.root = std::move(converted.root);
+    if (!result.root) {
         if (verbose) std::printf("parse configuration from file %s failed.\n", inputPath);
-        return 0;  // settled behaviour: a document that does not parse is not an error code
+        return result;  // settled behaviour: a document that does not parse is not an error code
     }
     if (converted.status != 0) {
         if (verbose) std::printf("convert configuration from file %s failed.\n", inputPath);
         releaseText(converted.text);
-        return static_cast<int>(converted.status);
+        result.status = static_cast<int>(converted.status);
+        return result;
     }
     // The in-memory text proves that the model serialises. Writing the model
     // out a second time would give the very same bytes (same model, same
     // header time), so the file gets that text and the document is serialised
-    // once, not twice: an equivalent strategy, taken because the second pass
-    // cost about a tenth of the run. A text that lost bytes for lack of
-    // memory is not the document; then it is freed first and the file is
-    // written from the model.
-    const int pid = static_cast<int>(::getpid());
-    model::SANBridge* root = converted.root.get();
-    int result = 0;
+    // once, not twice. A text that lost bytes for lack of memory is not the
+    // document; then it is freed first and the file is written from the model.
+    writer::FileWrite write{.path = outputPath, .bridge = result.root.get(), .serverState = true};
     if (converted.whole) {
-        result = writer::writeDocumentTextToFile(outputPath, root, converted.text, pid);
-        releaseText(converted.text);
+        write.text = std::string_view(converted.text.text.get(), static_cast<std::size_t>(converted.text.length));
     } else {
         releaseText(converted.text);
-        result = writer::writeDocumentToFile(outputPath, root, converted.when, pid);
     }
-    if (result != 0 && verbose) std::printf("write configuration to file %s failed.\n", outputPath);
-    if (keepModel) {
-        delete keptModel;
-        keptModel = converted.root.release();
-    }
+    result.status = writer::writeConfigFile(env, write);
+    releaseText(converted.text);
+    if (result.status != 0 && verbose) std::printf("write configuration to file %s failed.\n", outputPath);
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "model/records.h"
+#include "sys/host_env.h"
 #include "tool/read_input.h"
 
 namespace tool {
@@ -17,16 +18,20 @@ class ConversionObserver;
 /// yields nothing.
 std::uint32_t serialise(model::SANBridge& root, ConfigText& out, std::time_t now) noexcept;
 
+/// What converting a 4.0 document file gives.
+struct Converted {
+    int status = 0;                          // the tool's result code, below
+    std::unique_ptr<model::SANBridge> root;  // the 4.5 model; null when the input yields none
+};
+
 /// Converts the 4.0 document at `inputPath` into the 4.5 document at
-/// `outputPath`. Returns 0 (also after a parse failure), a readXMLFromFile code,
-/// 0x90010037 when serialising failed, or -1 when writing the file failed.
-/// Messages on stdout only when `verbose`.
-///
-/// `keepModel`: the converted model is not released but kept until the next
-/// call or the process's end. The tool exits right after converting, and
-/// releasing the model of a large document record by record costs several
-/// per cent of the run for memory the exit gives back anyway.
-int convert(const char* inputPath, const char* outputPath, bool verbose, bool keepModel = false) noexcept;
+/// `outputPath`, written with the update of `env`. The status is 0 (also
+/// after a parse failure), a readXMLFromFile code, 0x90010037 when
+/// serialising failed, or -1 when writing the file failed. Messages on
+/// stdout only when `verbose`. The model goes to the caller, who may leave
+/// it to the process's end.
+Converted convert(const sys::HostEnv& env, const char* inputPath, const char* outputPath, bool verbose,
+                  ConversionObserver* observer = nullptr) noexcept;
 
 /// What converting a 4.0 text in memory gives.
 struct Conversion {
@@ -39,9 +44,8 @@ struct Conversion {
 
 /// The conversion that `convert` writes out, in memory: the 4.0 reader, the
 /// migration, the snapshot-policy fix-up and the serialisation, which raises
-/// the bridge's instance by one. The header carries `*when`, or the time at
-/// which serialising starts when `when` is null. `input` is used up: the new
-/// text is written over its block.
-Conversion convertText(ConfigText input, const std::time_t* when, ConversionObserver* observer = nullptr) noexcept;
+/// the bridge's instance by one. The header carries `when`. `input` is used
+/// up: the new text is written over its block.
+Conversion convertText(ConfigText input, std::time_t when, ConversionObserver* observer = nullptr) noexcept;
 
 }  // namespace tool

@@ -99,8 +99,9 @@ int readDocumentShared(const char* path, ConfigText* record) noexcept {
         // A writer takes the exclusive lock before it replaces the file; a
         // lock file that does not exist means no writer has been here.
         const std::string lockName = xml::lockFileName(path);
-        xml::LockFile lock(::open(lockName.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-        if (lock.held()) static_cast<void>(xml::setLock(lock.fd(), F_SETLKW, F_RDLCK));
+        const sys::Calls& calls = sys::realCalls();
+        xml::LockFile lock(calls, ::open(lockName.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (lock.held()) static_cast<void>(xml::setLock(calls, lock.fd(), F_SETLKW, F_RDLCK));
         Descriptor file{::open(path, O_RDONLY | O_CLOEXEC)};
         if (file.fd < 0) return errno;
         struct stat info {};

@@ -700,7 +700,7 @@ void analyse(Report& report, ConfigText text) {
     }
     UpgradeAnalysis analysis(report);
     const std::time_t anyTime = 0;  // the header's time plays no part here
-    const Conversion conversion = convertText(std::move(text), &anyTime, &analysis);
+    const Conversion conversion = convertText(std::move(text), anyTime, &analysis);
     analysis.finish(conversion);
 }
 

@@ -8,8 +8,6 @@
 #include <unistd.h>
 
 #include "host/cfgrepository.h"
-#include "xml/lock_file.h"
-#include "xml/posix_ops.h"
 
 namespace writer {
 
@@ -28,55 +26,55 @@ std::string directoryPart(const std::string& path) {
 
 // Keeps the replaced version as "<target>.previous". Only for a path with a
 // directory part, and only when the target exists; a failure never blocks the update.
-void keepPrevious(const std::string& path) {
+void keepPrevious(const sys::Calls& calls, const std::string& path) {
     if (path.find('/') == std::string::npos) return;
     struct stat info;
-    if (xml::posixOps().stat(path.c_str(), &info) != 0) return;
+    if (calls.stat(path.c_str(), &info) != 0) return;
     const std::string previous = path + ".previous";
-    static_cast<void>(xml::posixOps().unlink(previous.c_str()));
-    static_cast<void>(xml::posixOps().link(path.c_str(), previous.c_str()));
+    static_cast<void>(calls.unlink(previous.c_str()));
+    static_cast<void>(calls.link(path.c_str(), previous.c_str()));
 }
 
 // An upgrade never widens access to a file an administrator restricted: the
 // replacement takes the old file's mode, and its owner and group where the
 // process may give them away. Owner first: changing it clears set-id bits.
 // False when the mode could not be taken. A new target keeps the umask's mode.
-bool keepAccessOf(const std::string& path, int fd) {
+bool keepAccessOf(const sys::Calls& calls, const std::string& path, int fd) {
     struct stat old;
-    if (xml::posixOps().lstat(path.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return true;
-    static_cast<void>(xml::posixOps().fchown(fd, old.st_uid, old.st_gid));  // only root may, mostly
-    return xml::posixOps().fchmod(fd, old.st_mode & 07777) == 0;
+    if (calls.lstat(path.c_str(), &old) != 0 || !S_ISREG(old.st_mode)) return true;
+    static_cast<void>(calls.fchown(fd, old.st_uid, old.st_gid));  // only root may, mostly
+    return calls.fchmod(fd, old.st_mode & 07777) == 0;
 }
 
 // A store on the quorum disk is described beside the target; the partner
 // recovers configurations from it. Its outcome never stops the update.
-void depositInRepository(const std::string& tmpPath, const std::string& path) {
+void depositInRepository(const sys::HostEnv& env, const std::string& tmpPath, const std::string& path) {
     const std::size_t slash = path.rfind('/');
     const std::string dir = slash == std::string::npos ? path : path.substr(0, slash);
     const std::string description = dir + "/.repository.conf";
     struct stat info;
-    if (xml::posixOps().stat(description.c_str(), &info) != 0) return;
-    const int result = host::CFGREPOSITORY_addFileAs(dir.c_str(), tmpPath.c_str(), path.c_str(), nullptr);
+    if (env.calls->stat(description.c_str(), &info) != 0) return;
+    const int result = host::CFGREPOSITORY_addFileAs(env, dir.c_str(), tmpPath.c_str(), path.c_str(), nullptr);
     if (result != 0 && path.find("nimbra.conf") != std::string::npos && gRepositoryFailureHook != nullptr) {
         gRepositoryFailureHook();
     }
 }
 
 // Makes the rename durable: fsync of the directory that holds the new name.
-void syncDirectoryOf(const std::string& tmpPath) {
+void syncDirectoryOf(const sys::Calls& calls, const std::string& tmpPath) {
     std::string dir = directoryPart(tmpPath);
     if (dir.empty()) {
         char cwd[PATH_MAX];
-        if (xml::posixOps().getcwd(cwd, sizeof cwd) == nullptr) {
-            xml::posixOps().sync();  // no directory to name: flush everything
+        if (calls.getcwd(cwd, sizeof cwd) == nullptr) {
+            calls.sync();  // no directory to name: flush everything
             return;
         }
         dir = cwd;
     }
-    const int fd = xml::posixOps().open(dir.c_str(), O_RDONLY | O_DIRECTORY, 0);
+    const int fd = calls.open(dir.c_str(), O_RDONLY | O_DIRECTORY, 0);
     if (fd < 0) return;
-    static_cast<void>(xml::posixOps().fsync(fd));
-    static_cast<void>(xml::posixOps().close(fd));
+    static_cast<void>(calls.fsync(fd));
+    static_cast<void>(calls.close(fd));
 }
 
 }  // namespace
@@ -101,47 +99,28 @@ std::string updateObstacle(const char* targetPath) {
     return {};
 }
 
-ssize_t FileUpdate::writeToFd(void* cookie, const char* data, std::size_t size) {
-    auto* update = static_cast<FileUpdate*>(cookie);
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t n = xml::posixOps().write(update->fd_, data + done, size - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;  // stdio marks the error
-        done += static_cast<std::size_t>(n);
-    }
-    return static_cast<ssize_t>(size);
-}
-
-int FileUpdate::closeFd(void* cookie) {
-    auto* update = static_cast<FileUpdate*>(cookie);
-    const int result = xml::posixOps().close(update->fd_);
-    update->fd_ = -1;
-    return result;
-}
-
-std::unique_ptr<FileUpdate> FileUpdate::open(const char* targetPath, int pid) noexcept {
+std::unique_ptr<FileUpdate> FileUpdate::open(const sys::HostEnv& env, const char* targetPath) noexcept {
     try {
-        std::unique_ptr<FileUpdate> update(new FileUpdate);
+        const sys::Calls& calls = *env.calls;
+        std::unique_ptr<FileUpdate> update(new FileUpdate(env));
         update->path_ = targetPath;
         // Writers of one target are serialised; readers wait until the rename.
-        update->lockFd_ = xml::openAndLock(targetPath, true);
-        update->tmpPath_ = update->path_ + "_to_Be_" + std::to_string(pid);
+        update->lock_ = xml::LockFile::acquire(calls, targetPath, true);
+        update->tmpPath_ = update->path_ + "_to_Be_" + std::to_string(env.pid);
         const char* const tmp = update->tmpPath_.c_str();
         // The name is predictable and the tool runs as root: whatever lies
         // there (a stale file of an earlier run with this pid, a planted link)
         // goes first, and the file is made only if nothing came back meanwhile.
-        static_cast<void>(xml::posixOps().unlink(tmp));  // the exclusive create decides
-        update->fd_ = xml::posixOps().open(tmp, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
+        static_cast<void>(calls.unlink(tmp));  // the exclusive create decides
+        update->fd_ = calls.open(tmp, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
         if (update->fd_ < 0) return nullptr;  // the destructor releases the lock
-        if (!keepAccessOf(update->path_, update->fd_)) {
-            static_cast<void>(xml::posixOps().close(update->fd_));
+        if (!keepAccessOf(calls, update->path_, update->fd_)) {
+            static_cast<void>(calls.close(update->fd_));
             update->fd_ = -1;
-            static_cast<void>(xml::posixOps().unlink(tmp));  // empty and ours: nothing to inspect
+            static_cast<void>(calls.unlink(tmp));  // empty and ours: nothing to inspect
             return nullptr;
         }
-        const cookie_io_functions_t io = {nullptr, &FileUpdate::writeToFd, nullptr, &FileUpdate::closeFd};
-        update->stream_ = ::fopencookie(update.get(), "w", io);
+        update->stream_ = sys::streamOver(calls, update->fd_, "w");
         if (update->stream_ == nullptr) return nullptr;
         std::setvbuf(update->stream_, nullptr, _IOFBF, kStreamBuffer);
         return update;
@@ -152,16 +131,17 @@ std::unique_ptr<FileUpdate> FileUpdate::open(const char* targetPath, int pid) no
 
 FileUpdate::~FileUpdate() {
     if (stream_ != nullptr) std::fclose(stream_);  // abandoned: the temporary file stays
-    if (fd_ >= 0) static_cast<void>(xml::posixOps().close(fd_));
-    xml::unlockAndClose(lockFd_);
+    else if (fd_ >= 0) static_cast<void>(env_.calls->close(fd_));
 }
 
 int FileUpdate::commit(bool sync) noexcept {
+    const sys::Calls& calls = *env_.calls;
     std::fflush(stream_);
-    if (sync && fd_ >= 0) static_cast<void>(xml::posixOps().fsync(fd_));  // a failure shows as lost data only
+    if (sync) static_cast<void>(calls.fsync(fd_));  // a failure shows as lost data only
     const bool writeFailed = std::ferror(stream_) != 0;
     std::fclose(stream_);
     stream_ = nullptr;
+    fd_ = -1;
     int result = 0;
     if (writeFailed) {
         std::fprintf(stderr, "Abort updating %s error writing tmp file %s\n", path_.c_str(), tmpPath_.c_str());
@@ -170,23 +150,22 @@ int FileUpdate::commit(bool sync) noexcept {
         // The steps around the rename are best effort, also when memory runs
         // out; the rename itself needs none.
         try {
-            keepPrevious(path_);
+            keepPrevious(calls, path_);
         } catch (const std::bad_alloc&) {
         }
         try {
-            if (sync) depositInRepository(tmpPath_, path_);
+            if (sync) depositInRepository(env_, tmpPath_, path_);
         } catch (const std::bad_alloc&) {
         }
-        static_cast<void>(xml::posixOps().rename(tmpPath_.c_str(), path_.c_str()));  // the commit point
+        static_cast<void>(calls.rename(tmpPath_.c_str(), path_.c_str()));  // the commit point
         try {
-            if (sync) syncDirectoryOf(tmpPath_);
+            if (sync) syncDirectoryOf(calls, tmpPath_);
         } catch (const std::bad_alloc&) {
-            xml::posixOps().sync();  // no name for the directory: flush everything
+            calls.sync();  // no name for the directory: flush everything
         }
     }
     // Released only now: a waiting reader or writer sees the complete new file.
-    xml::unlockAndClose(lockFd_);
-    lockFd_ = -1;
+    lock_.release();
     return result;
 }
 

@@ -4,20 +4,24 @@
 #include <string>
 #include <sys/types.h>
 
+#include "sys/host_env.h"
+#include "xml/lock_file.h"
+
 namespace writer {
 
 /// Replaces one file safely. Opening takes the exclusive lock of the target's
-/// lock file and creates the temporary file "<target>_to_Be_<pid>" beside it
+/// lock file and creates the temporary file "<target>_to_Be_<env.pid>" beside it
 /// (exclusively, never through a link, with the mode, owner and group of the
 /// file it replaces); the new content goes to stream(); commit() makes it the target:
 /// fsync, ".previous" hard link to the old file, repository deposit, rename,
 /// directory fsync, unlock. Readers of the target (who take the shared lock)
-/// never see a partial document.
+/// never see a partial document. Every system call goes through env.calls.
 class FileUpdate {
 public:
     /// Null when the temporary file can't be created or given the replaced
     /// file's mode (the lock is then released, the target untouched).
-    static std::unique_ptr<FileUpdate> open(const char* targetPath, int pid) noexcept;
+    /// `env` must outlive the update.
+    static std::unique_ptr<FileUpdate> open(const sys::HostEnv& env, const char* targetPath) noexcept;
     ~FileUpdate();
     FileUpdate(const FileUpdate&) = delete;
     FileUpdate& operator=(const FileUpdate&) = delete;
@@ -35,14 +39,13 @@ public:
     int commit(bool sync) noexcept;
 
 private:
-    FileUpdate() = default;
-    static ssize_t writeToFd(void* cookie, const char* data, std::size_t size);
-    static int closeFd(void* cookie);
+    explicit FileUpdate(const sys::HostEnv& env) : env_(env) {}
 
+    const sys::HostEnv& env_;
     std::string path_;
     std::string tmpPath_;
-    int lockFd_ = -1;
-    int fd_ = -1;
+    xml::LockFile lock_;
+    int fd_ = -1;                  // the temporary file; the stream closes it
     std::FILE* stream_ = nullptr;
 };
 

@@ -88,11 +88,11 @@ std::optional<std::string> partnerName(const SANBridge& bridge) {
     return **name;
 }
 
-std::string partnerPath(const SANBridge* local, const std::string& fileName) {
+std::string partnerPath(const sys::HostEnv& env, const SANBridge* local, const std::string& fileName) {
     if (local == nullptr) return {};
     const std::optional<std::string> partner = partnerName(*local);
     if (!partner) return {};
-    return xml::homePath(kEtc, *partner) + "/" + fileName;
+    return xml::homePath(env, kEtc, *partner) + "/" + fileName;
 }
 
 std::string directoryOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
@@ -103,7 +103,7 @@ const NICInfoList* firstAddressList(const SANBridge& bridge) noexcept {
     return nullptr;
 }
 
-bool belongsTo(const SANBridge& bridge, const char* nameOrAddress) {
+bool belongsTo(const sys::HostEnv& env, const SANBridge& bridge, const char* nameOrAddress) {
     if (const NICInfoList* addresses = firstAddressList(bridge)) {
         for (const NICInfo& nic : addresses->items) {
             for (const Text* field : {&nic.clientConnectionIP, &nic.heartbeatIP}) {
@@ -113,7 +113,7 @@ bool belongsTo(const SANBridge& bridge, const char* nameOrAddress) {
     }
     if (!bridge.name || bridge.name->empty()) return false;
     const std::optional<std::string> line =
-        firstLine(xml::homePath(kEtc, *bridge.name) + "/" + xml::productFileName(".ip"));
+        firstLine(xml::homePath(env, kEtc, *bridge.name) + "/" + xml::productFileName(".ip"));
     if (!line) return false;
     const std::optional<std::string> word = scanWord(*line);
     return word && std::strcmp(word->c_str(), nameOrAddress) == 0;
@@ -122,14 +122,14 @@ bool belongsTo(const SANBridge& bridge, const char* nameOrAddress) {
 }  // namespace
 
 
-std::string partnerConfigPath() noexcept {
-    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath());
-    return partnerPath(local.get(), xml::productFileName(".conf"));
+std::string partnerConfigPath(const sys::HostEnv& env) noexcept {
+    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath(env));
+    return partnerPath(env, local.get(), xml::productFileName(".conf"));
 }
 
-std::string partnerNasPath() noexcept {
-    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath());
-    return partnerPath(local.get(), "nas.conf");
+std::string partnerNasPath(const sys::HostEnv& env) noexcept {
+    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath(env));
+    return partnerPath(env, local.get(), "nas.conf");
 }
 
 bool documentOwnsDevice(const std::string& configPath, std::int32_t device) noexcept {
@@ -141,31 +141,31 @@ bool documentOwnsDevice(const std::string& configPath, std::int32_t device) noex
     return bridge != nullptr && findVirtualDev(*bridge, device) != nullptr;
 }
 
-std::string configDirectoryForDevice(std::int32_t device) noexcept {
-    if (documentOwnsDevice(xml::localConfigPath(), device)) return xml::localDirectory();
-    const std::string partner = partnerConfigPath();
+std::string configDirectoryForDevice(const sys::HostEnv& env, std::int32_t device) noexcept {
+    if (documentOwnsDevice(xml::localConfigPath(env), device)) return xml::localDirectory(env);
+    const std::string partner = partnerConfigPath(env);
     if (!partner.empty() && documentOwnsDevice(partner, device)) return directoryOf(partner);
-    return xml::localDirectory();
+    return xml::localDirectory(env);
 }
 
-std::string configPathForDevice(std::int32_t device) noexcept {
-    return configDirectoryForDevice(device) + "/" + xml::productFileName(".conf");
+std::string configPathForDevice(const sys::HostEnv& env, std::int32_t device) noexcept {
+    return configDirectoryForDevice(env, device) + "/" + xml::productFileName(".conf");
 }
 
-std::string statusPathForDevice(std::int32_t device) noexcept {
-    return configDirectoryForDevice(device) + "/" + xml::productFileName(".dat");
+std::string statusPathForDevice(const sys::HostEnv& env, std::int32_t device) noexcept {
+    return configDirectoryForDevice(env, device) + "/" + xml::productFileName(".dat");
 }
 
-std::string configDirectoryForServer(const char* nameOrAddress) noexcept {
-    if (nameOrAddress == nullptr) return xml::localDirectory();
-    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath());
-    if (local && belongsTo(*local, nameOrAddress)) return xml::localDirectory();
-    const std::string partner = partnerPath(local.get(), xml::productFileName(".conf"));
+std::string configDirectoryForServer(const sys::HostEnv& env, const char* nameOrAddress) noexcept {
+    if (nameOrAddress == nullptr) return xml::localDirectory(env);
+    const std::unique_ptr<SANBridge> local = readDocument(xml::localConfigPath(env));
+    if (local && belongsTo(env, *local, nameOrAddress)) return xml::localDirectory(env);
+    const std::string partner = partnerPath(env, local.get(), xml::productFileName(".conf"));
     if (!partner.empty()) {
         const std::unique_ptr<SANBridge> other = readDocument(partner);
-        if (other && belongsTo(*other, nameOrAddress)) return directoryOf(partner);
+        if (other && belongsTo(env, *other, nameOrAddress)) return directoryOf(partner);
     }
-    return xml::localDirectory();
+    return xml::localDirectory(env);
 }
 
 }  // namespace writer

@@ -3,11 +3,12 @@
 #include <string>
 
 #include "model/records_clients.h"
+#include "sys/host_env.h"
 
 // Which server's directory holds a document: the partner named by the failover
 // record, the device numbers a document owns, the server an address belongs to.
 // These read configuration documents, so they live here rather than beside the
-// plain path helpers of xml/home.h.
+// plain path helpers of xml/home.h. The home and the local host are the HostEnv's.
 //
 // Decisions, one line each:
 // - Documents are read with readBridge45 (shared lock, validateSANBridge); one that cannot be read counts as absent.
@@ -29,10 +30,10 @@ namespace writer {
 /// home/etc/<partner>/nimbra.conf, the partner named by the local document's
 /// failover record; empty when the local document cannot be read or names no
 /// partner.
-std::string partnerConfigPath() noexcept;
+std::string partnerConfigPath(const sys::HostEnv& env) noexcept;
 
 /// home/etc/<partner>/nas.conf, under the same rule.
-std::string partnerNasPath() noexcept;
+std::string partnerNasPath(const sys::HostEnv& env) noexcept;
 
 /// Whether the document at `configPath` owns device `device`: by the number in
 /// "<configPath>.ndx" when that gives one, else by reading the document. False
@@ -41,17 +42,17 @@ bool documentOwnsDevice(const std::string& configPath, std::int32_t device) noex
 
 /// The directory of the document that owns `device`: the local directory, else
 /// the partner's when its document owns it, else the local directory.
-std::string configDirectoryForDevice(std::int32_t device) noexcept;
+std::string configDirectoryForDevice(const sys::HostEnv& env, std::int32_t device) noexcept;
 
 /// configDirectoryForDevice(device) + "/nimbra.conf".
-std::string configPathForDevice(std::int32_t device) noexcept;
+std::string configPathForDevice(const sys::HostEnv& env, std::int32_t device) noexcept;
 
 /// configDirectoryForDevice(device) + "/nimbra.dat".
-std::string statusPathForDevice(std::int32_t device) noexcept;
+std::string statusPathForDevice(const sys::HostEnv& env, std::int32_t device) noexcept;
 
 /// The directory of the first document, local then partner's, that belongs to
 /// `nameOrAddress` (by its failover addresses or its nimbra.ip); the local
 /// directory when none does or the name is null.
-std::string configDirectoryForServer(const char* nameOrAddress) noexcept;
+std::string configDirectoryForServer(const sys::HostEnv& env, const char* nameOrAddress) noexcept;
 
 }  // namespace writer

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "xml/posix_ops.h"
 
 namespace xml {
 
@@ -35,12 +34,12 @@ struct flock byteZero(short lockType) {
 
 }  // namespace
 
-int setLock(int fd, int command, short lockType) noexcept {
+int setLock(const sys::Calls& calls, int fd, int command, short lockType) noexcept {
     struct flock lock = byteZero(lockType);
-    return posixOps().lock(fd, command, &lock);
+    return calls.lock(fd, command, &lock);
 }
 
-int openAndLock(const char* documentPath, bool exclusive) noexcept {
+int openAndLock(const sys::Calls& calls, const char* documentPath, bool exclusive) noexcept {
     // The name is built on the stack: a writer gets its lock even when memory
     // has run out. A path too long for it is too long for open() as well.
     char name[PATH_MAX + sizeof ".lock"];
@@ -54,40 +53,41 @@ int openAndLock(const char* documentPath, bool exclusive) noexcept {
         errno = ENAMETOOLONG;
     } else {
         // Never through a link: a planted one would have root create or lock its target.
-        fd = posixOps().open(name, O_RDWR | O_CREAT | O_NOFOLLOW, 0770);
+        fd = calls.open(name, O_RDWR | O_CREAT | O_NOFOLLOW, 0770);
     }
     if (fd < 0) {
         std::fprintf(stderr, "Can't open lock file %s - %d\n", name, errno);
         return -1;
     }
     // Waits for the lock; a signal that interrupts the wait is not a reason to go on unlocked.
-    while (setLock(fd, F_SETLKW, exclusive ? F_WRLCK : F_RDLCK) != 0 && errno == EINTR) {
+    while (setLock(calls, fd, F_SETLKW, exclusive ? F_WRLCK : F_RDLCK) != 0 && errno == EINTR) {
     }
     return fd;
 }
 
-pid_t testLock(int fd, short lockType) noexcept {
+pid_t testLock(const sys::Calls& calls, int fd, short lockType) noexcept {
     struct flock lock = byteZero(lockType);
-    if (posixOps().lock(fd, F_GETLK, &lock) != 0) {
+    if (calls.lock(fd, F_GETLK, &lock) != 0) {
         std::perror("XML parser fcntl error");
         return 0;
     }
     return lock.l_type == F_UNLCK ? 0 : lock.l_pid;
 }
 
-void unlockAndClose(int fd) noexcept {
+void unlockAndClose(const sys::Calls& calls, int fd) noexcept {
     if (fd < 0) return;
-    static_cast<void>(setLock(fd, F_SETLK, F_UNLCK));  // closing drops it anyway
-    posixOps().close(fd);
+    static_cast<void>(setLock(calls, fd, F_SETLK, F_UNLCK));  // closing drops it anyway
+    calls.close(fd);
 }
 
-int removeLockFile(const char* documentPath) noexcept {
-    return posixOps().unlink(lockFileName(documentPath).c_str());
+int removeLockFile(const sys::Calls& calls, const char* documentPath) noexcept {
+    return calls.unlink(lockFileName(documentPath).c_str());
 }
 
 LockFile& LockFile::operator=(LockFile&& other) noexcept {
     if (this != &other) {
         release();
+        calls_ = other.calls_;
         fd_ = other.fd_;
         other.fd_ = -1;
     }
@@ -95,7 +95,7 @@ LockFile& LockFile::operator=(LockFile&& other) noexcept {
 }
 
 void LockFile::release() noexcept {
-    unlockAndClose(fd_);
+    if (fd_ >= 0) unlockAndClose(*calls_, fd_);
     fd_ = -1;
 }
 

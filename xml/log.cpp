@@ -37,7 +37,7 @@ void logNoticeV(int threshold, const SourceTag& tag, const char* fmt, std::va_li
     if (debugLevel() < 0 || debugLevel() < threshold) return;
     ErrnoGuard errnoGuard;
     // Lines of all processes are serialised on one lock, as every library user does.
-    const int lockFd = openAndLock("/usr/local", true);
+    const int lockFd = openAndLock(sys::realCalls(), "/usr/local", true);
 
     char identity[512];
     std::snprintf(identity, sizeof identity, "%s [%s:%s:%d]", tag.module, tag.file, tag.function,
@@ -51,7 +51,7 @@ void logNoticeV(int threshold, const SourceTag& tag, const char* fmt, std::va_li
     ::closelog();
     if (gObserver != nullptr) gObserver(identity, message);
 
-    unlockAndClose(lockFd);
+    unlockAndClose(sys::realCalls(), lockFd);
 }
 
 void logNotice(int threshold, const SourceTag& tag, const char* fmt, ...) noexcept {

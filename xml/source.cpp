@@ -25,7 +25,7 @@ std::unique_ptr<Source> Source::openFile(const char* path) {
 
     // Readers share the lock; a writer holding it exclusively is never read half-written.
     // Without a lock file (already reported) the document is read unlocked.
-    source->lockFd_ = openAndLock(path, false);
+    source->lockFd_ = openAndLock(sys::realCalls(), path, false);
 
     source->fd_ = ::open(path, O_RDONLY);
     if (source->fd_ < 0) return nullptr;  // the destructor unlocks and closes the lock
@@ -97,7 +97,7 @@ Source::~Source() {
     // Document first, then the lock: a writer waiting for it may replace the file at once.
     if (mapStart_) ::munmap(mapStart_, mapLength_);
     if (fd_ >= 0) ::close(fd_);
-    unlockAndClose(lockFd_);
+    unlockAndClose(sys::realCalls(), lockFd_);
 }
 
 }  // namespace xml

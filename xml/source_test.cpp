@@ -132,7 +132,7 @@ pid_t writerConflictSeenByChild(const std::string& document) {
     const pid_t child = ::fork();
     if (child == 0) {
         const int fd = ::open(lockFileName(document).c_str(), O_RDWR);
-        const pid_t holder = fd < 0 ? -1 : testLock(fd, F_WRLCK);
+        const pid_t holder = fd < 0 ? -1 : testLock(sys::realCalls(), fd, F_WRLCK);
         ::_exit(holder == ::getppid() ? 1 : holder == 0 ? 0 : 2);
     }
     int status = 0;
@@ -152,7 +152,7 @@ TEST(Source, FileLexerHoldsSharedLockUntilClosed) {
         const pid_t child = ::fork();
         if (child == 0) {
             const int fd = ::open(lockFileName(document).c_str(), O_RDWR);
-            ::_exit(testLock(fd, F_RDLCK) == 0 ? 0 : 1);
+            ::_exit(testLock(sys::realCalls(), fd, F_RDLCK) == 0 ? 0 : 1);
         }
         int status = 0;
         ::waitpid(child, &status, 0);

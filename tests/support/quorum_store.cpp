@@ -11,7 +11,7 @@
 namespace testing_support {
 
 void formatQuorumStore(const std::string& baseDir, const std::string& deviceDir, std::uint32_t endingSector,
-                       const std::string& owner) {
+                       const std::string& owner, int copies) {
     writeFile(baseDir + "/.repository.conf",
               "[quorum]\nvid = 7\nendingSector = " + std::to_string(endingSector) + "\n");
     // Laid out byte by byte, independently of the library's accessors.
@@ -20,7 +20,7 @@ void formatQuorumStore(const std::string& baseDir, const std::string& deviceDir,
         for (int i = 0; i < width; ++i) header[at + i] = static_cast<char>(value >> (8 * i));
     };
     put(0, 2, 102);         // version
-    put(4, 1, 1);           // copies of a new item
+    put(4, 1, static_cast<std::uint64_t>(copies));
     header.replace(6, owner.size(), owner);
     put(148, 4, 512);       // end of the item sections
     put(156, 4, 40 * 512);  // first data area
@@ -32,25 +32,19 @@ void formatQuorumStore(const std::string& baseDir, const std::string& deviceDir,
         throw std::runtime_error("cannot format " + device);
     }
     ::close(fd);
-    host::setRepositoryDeviceDir(deviceDir.c_str());
-    host::setRepositoryNodeName(owner.c_str());
 }
 
-void resetQuorumStore() {
-    host::setRepositoryDeviceDir(nullptr);
-    host::setRepositoryNodeName(nullptr);
-}
-
-std::string storedCopy(const std::string& baseDir, const std::string& name) {
+std::string storedCopy(const sys::HostEnv& env, const std::string& baseDir, const std::string& name) {
     std::unique_ptr<host::Repository> repository;
-    if (host::CFGREPOSITORY_getRepository(baseDir.c_str(), &repository) != 0) return "";
     host::MasterHeader master;
     host::ItemSection item;
-    if (host::CFGREPOSITORY_getMasterHeader(repository.get(), &master) != 0 ||
+    if (host::CFGREPOSITORY_getRepository(env, baseDir.c_str(), &repository) != 0 ||
+        host::CFGREPOSITORY_getMasterHeader(repository.get(), &master) != 0 ||
         host::CFGREPOSITORY_getItemSection(repository.get(), master, name.c_str(), &item) != 0 ||
         item.lastSlot() == host::kNoSlot || item.storedSize() == 0) {
         return "";
     }
+    // Read whatever the bad mark says: with one copy a slot stays marked after a good copy.
     std::string bytes(item.storedSize(), '\0');
     const std::uint32_t offset = item.slotOffset(item.lastSlot());
     if (host::CFGREPOSITORY_readDisk(repository.get(), offset / 512, bytes.data(), bytes.size()) != 0) return "";

@@ -1,13 +1,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <new>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "model/sanparse.h"
+#include "sys/host_env.h"
 #include "tool/backconvert.h"
 #include "tool/convert.h"
 #include "tool/migrate.h"
@@ -61,11 +60,13 @@ int downgrade(int argc, char** argv) {
         return kFailed;
     }
     root->serializer = &tool::serialiseDownLevel;
+    const sys::HostEnv env = sys::systemHostEnv();
     tool::ConfigText text;
     // The down-level serialiser fails only for lack of memory, and hands out
     // no partial document.
-    if (tool::serialise(*root, text, std::time(nullptr)) != 0) return outOfMemory(input);
-    if (writer::writeTextToFile(output, text, static_cast<int>(::getpid())) != 0) {
+    if (tool::serialise(*root, text, env.now) != 0) return outOfMemory(input);
+    const std::string_view bytes(text.text.get(), static_cast<std::size_t>(text.length));
+    if (writer::writeConfigFile(env, {.path = output, .text = bytes}) != 0) {
         const int error = errno != 0 ? errno : EIO;
         std::fprintf(stderr, "nbconf: cannot write %s: %s\n", output, std::strerror(error));
         return kFailed;

@@ -17,7 +17,7 @@ int preview(int argc, char** argv) {
     const char* input = argv[0];
     tool::ConfigText text;
     if (!readInput(input, text)) return kFailed;
-    tool::Conversion converted = tool::convertText(std::move(text), &when);
+    tool::Conversion converted = tool::convertText(std::move(text), when);
     if (!converted.root) {
         std::fprintf(stderr, "nbconf: %s yields no SANBridge: xlate45 would write nothing (and exit 0)\n", input);
         return kFailed;

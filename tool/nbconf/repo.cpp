@@ -8,6 +8,7 @@
 
 #include "host/cfgrepository.h"
 #include "tool/nbconf/commands.h"
+#include "writer/config_file.h"
 #include "writer/file_update.h"
 #include "xml/log.h"
 
@@ -33,10 +34,10 @@ void printItem(int index, const host::ItemSection& item) {
 }
 
 // The store of `base` with its master header; null after a message.
-std::unique_ptr<host::Repository> openStore(const char* base, host::MasterHeader& master) {
+std::unique_ptr<host::Repository> openStore(const sys::HostEnv& env, const char* base, host::MasterHeader& master) {
     std::unique_ptr<host::Repository> repository;
     errno = 0;
-    const int opened = host::CFGREPOSITORY_getRepository(base, &repository);
+    const int opened = host::CFGREPOSITORY_getRepository(env, base, &repository);
     const int reason = errno;  // the log keeps it
     if (opened == -5) {
         std::fprintf(stderr, "nbconf: cannot open %s/.repository.conf: %s\n", base, std::strerror(reason));
@@ -55,9 +56,9 @@ std::unique_ptr<host::Repository> openStore(const char* base, host::MasterHeader
 }
 
 // The master header and every item of the store of `base`, as they lie on the device.
-int show(const char* base) {
+int show(const sys::HostEnv& env, const char* base) {
     host::MasterHeader master;
-    std::unique_ptr<host::Repository> repository = openStore(base, master);
+    std::unique_ptr<host::Repository> repository = openStore(env, base, master);
     if (!repository) return kFailed;
     std::printf("store %s: vid %d, ending sector %u, %llu bytes\n", repository->devicePath().c_str(),
                 repository->vid(), repository->endingSector(),
@@ -118,9 +119,9 @@ bool findItem(host::Repository& repository, const host::MasterHeader& master, co
 
 // The last good copy of a stored file into `out`, through the safe update:
 // the partner's way back to a configuration.
-int get(const char* base, const char* name, const char* out) {
+int get(const sys::HostEnv& env, const char* base, const char* name, const char* out) {
     host::MasterHeader master;
-    std::unique_ptr<host::Repository> repository = openStore(base, master);
+    std::unique_ptr<host::Repository> repository = openStore(env, base, master);
     host::ItemSection item;
     if (!repository || !findItem(*repository, master, base, name, item)) return kFailed;
     std::string bytes, why;
@@ -134,15 +135,12 @@ int get(const char* base, const char* name, const char* out) {
         std::fprintf(stderr, "nbconf: %s: nothing is written\n", obstacle.c_str());
         return kFailed;
     }
-    std::unique_ptr<writer::FileUpdate> update = writer::FileUpdate::open(out, static_cast<int>(::getpid()));
-    if (!update) {
-        std::fprintf(stderr, "nbconf: cannot create %s_to_Be_%d: %s\n", out, static_cast<int>(::getpid()),
-                     std::strerror(errno));
+    errno = 0;
+    if (writer::writeConfigFile(env, {.path = out, .text = bytes}) != 0) {
+        std::fprintf(stderr, "nbconf: cannot write %s: %s\n", out, std::strerror(errno != 0 ? errno : EIO));
         return kFailed;
     }
-    std::fwrite(bytes.data(), 1, bytes.size(), update->stream());
-    const std::string tmp = update->tempPath();
-    if (update->commit(true) != 0) return kFailed;  // the update has said why
+    const std::string tmp = std::string(out) + "_to_Be_" + std::to_string(env.pid);
     // The update does not check its rename; a temporary file still there
     // means the target was not replaced.
     if (::access(tmp.c_str(), F_OK) == 0 && std::rename(tmp.c_str(), out) != 0) {
@@ -156,29 +154,30 @@ int get(const char* base, const char* name, const char* out) {
 }
 
 int repo(int argc, char** argv) {
+    sys::HostEnv env = sys::systemHostEnv();
     int next = 0;
     if (argc >= 2 && std::strcmp(argv[0], "--devices") == 0) {
-        host::setRepositoryDeviceDir(argv[1]);
+        env.deviceDir = argv[1];
         next = 2;
     }
     const int left = argc - next;
     char** args = argv + next;
     xml::setLogObserver(echoLogLine);
-    if (left == 2 && std::strcmp(args[0], "show") == 0) return show(args[1]);
+    if (left == 2 && std::strcmp(args[0], "show") == 0) return show(env, args[1]);
     if ((left == 3 || left == 4) && std::strcmp(args[0], "add") == 0) {
         // As the document writer deposits an update, which stores the file
         // under the target's path: here FILE itself, unless NAME is given.
         const char* file = args[2];
         const char* saveAs = left == 4 ? args[3] : nullptr;
         if (!canRead(file)) return kFailed;
-        if (host::CFGREPOSITORY_addFileAs(args[1], file, saveAs, nullptr) != 0) {
+        if (host::CFGREPOSITORY_addFileAs(env, args[1], file, saveAs, nullptr) != 0) {
             std::fprintf(stderr, "nbconf: %s was not deposited as \"%s\" in the store of %s\n", file,
                          saveAs != nullptr ? saveAs : file, args[1]);
             return kFailed;
         }
         return kOk;
     }
-    if (left == 4 && std::strcmp(args[0], "get") == 0) return get(args[1], args[2], args[3]);
+    if (left == 4 && std::strcmp(args[0], "get") == 0) return get(env, args[1], args[2], args[3]);
     return usageError(kRepo);
 }
 

@@ -18,8 +18,9 @@ void report(host::SemKey key, int semid, void* /*context*/) {
 // Removes every semaphore set the installation recorded, and the keys file.
 int sem(int argc, char** argv) {
     if (argc != 1 || std::strcmp(argv[0], "remove-all") != 0) return usageError(kSem);
-    const std::string keys = host::semaphoreKeysPath();
-    if (host::kxRemoveAllSem(report, nullptr) != 0) {
+    const sys::HostEnv env = sys::systemHostEnv();
+    const std::string keys = host::semaphoreKeysPath(env);
+    if (host::kxRemoveAllSem(env, report, nullptr) != 0) {
         std::fprintf(stderr, "nbconf: cannot remove the keys file %s: %s\n", keys.c_str(), std::strerror(errno));
         return kFailed;
     }

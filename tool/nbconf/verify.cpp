@@ -22,7 +22,7 @@ int verify(int argc, char** argv) {
         outputText.length == inputText.length &&
         std::memcmp(outputText.text.get(), inputText.text.get(), static_cast<std::size_t>(inputText.length)) == 0;
     const std::time_t anyTime = 0;  // the time line is not compared
-    const tool::Conversion converted = tool::convertText(std::move(inputText), &anyTime);
+    const tool::Conversion converted = tool::convertText(std::move(inputText), anyTime);
     if (!converted.root || converted.status != 0 || !converted.whole) {
         std::fprintf(stderr, "nbconf: %s yields no document: xlate45 writes nothing for it, so %s is not its output\n",
                      input, output);
